@@ -1,0 +1,1 @@
+#include "norvik/platform/value.h"

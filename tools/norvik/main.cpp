@@ -1,0 +1,6 @@
+#include <iostream>
+
+int main() {
+  std::cout << "norvik\n";
+  return 0;
+}
