@@ -1,0 +1,679 @@
+#include "norvik/platform/calendar.h"
+
+#include <unicode/calendar.h>
+
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <map>
+#include <mutex>
+
+#include "norvik/platform/environment.h"
+#include "platform/icu_support.h"
+
+namespace norvik::detail {
+
+using platform::CalendarIdentifier;
+
+icu::Locale icuLocaleWithCalendar(const std::string& canonicalIdentifier,
+                                  std::string_view calendar) {
+  icu::Locale locale = icuLocale(canonicalIdentifier);
+  UErrorCode status = U_ZERO_ERROR;
+  locale.setKeywordValue("calendar", std::string(calendar).c_str(), status);
+  return locale;
+}
+
+std::unique_ptr<icu::Calendar> CalendarConfig::makeIcuCalendar() const {
+  icu::Locale locale = icuLocaleWithCalendar(localeIdentifier, calendarIdentifierName(identifier));
+  icu::TimeZone* zone = icu::TimeZone::createTimeZone(fromUtf8(timeZone.identifier()));
+  if (!zone) return nullptr;
+  UErrorCode status = U_ZERO_ERROR;
+  std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(zone, locale, status));
+  if (U_FAILURE(status) || !calendar) return nullptr;
+  calendar->setFirstDayOfWeek(static_cast<UCalendarDaysOfWeek>(firstWeekday));
+  calendar->setMinimalDaysInFirstWeek(static_cast<uint8_t>(minimumDaysInFirstWeek));
+  calendar->setRepeatedWallTimeOption(UCAL_WALLTIME_FIRST);
+  calendar->setSkippedWallTimeOption(UCAL_WALLTIME_LAST);
+  calendar->setLenient(true);
+  return calendar;
+}
+
+namespace {
+
+// Interned configurations by key. Guarded by the mutex. Recently made configurations stay even when
+// no Calendar holds them, so that short-lived calendars do not rebuild their ICU objects.
+struct ConfigTable {
+  std::mutex mutex;
+  std::map<std::string, std::shared_ptr<const CalendarConfig>, std::less<>> configs;
+  std::uint64_t nextId = 1;
+};
+
+ConfigTable& configTable() {
+  static ConfigTable table;
+  return table;
+}
+
+constexpr std::size_t kMaxIdleConfigs = 256;
+
+}  // namespace
+
+std::shared_ptr<const CalendarConfig> internCalendarConfig(CalendarIdentifier identifier,
+                                                           const platform::TimeZone& zone,
+                                                           const std::string& localeIdentifier,
+                                                           int firstWeekday, int minimumDays) {
+  if (firstWeekday < 1 || firstWeekday > 7) firstWeekday = 0;
+  if (minimumDays < 1 || minimumDays > 7) minimumDays = 0;
+  std::string key = std::string(calendarIdentifierName(identifier)) + '|' + zone.identifier() +
+                    '|' + localeIdentifier + '|' + std::to_string(firstWeekday) + '|' +
+                    std::to_string(minimumDays);
+  ConfigTable& table = configTable();
+  {
+    std::lock_guard lock(table.mutex);
+    if (auto it = table.configs.find(key); it != table.configs.end()) return it->second;
+  }
+  auto config = std::make_shared<CalendarConfig>();
+  config->identifier = identifier;
+  config->timeZone = zone;
+  config->localeIdentifier = localeIdentifier;
+  config->key = key;
+  config->requestedFirstWeekday = firstWeekday;
+  config->requestedMinimumDays = minimumDays;
+  config->firstWeekday = 1;
+  config->minimumDaysInFirstWeek = 1;
+  if (auto probe = config->makeIcuCalendar()) {
+    UErrorCode status = U_ZERO_ERROR;
+    int localeFirstWeekday = probe->getFirstDayOfWeek(status);
+    if (U_SUCCESS(status)) config->firstWeekday = localeFirstWeekday;
+    config->minimumDaysInFirstWeek = probe->getMinimalDaysInFirstWeek();
+  }
+  if (firstWeekday) config->firstWeekday = firstWeekday;
+  if (minimumDays) config->minimumDaysInFirstWeek = minimumDays;
+
+  std::lock_guard lock(table.mutex);
+  if (auto it = table.configs.find(key); it != table.configs.end()) return it->second;
+  if (table.configs.size() >= kMaxIdleConfigs) {
+    for (auto it = table.configs.begin(); it != table.configs.end();) {
+      it = it->second.use_count() == 1 ? table.configs.erase(it) : std::next(it);
+    }
+  }
+  config->id = table.nextId++;
+  table.configs.emplace(key, config);
+  return config;
+}
+
+}  // namespace norvik::detail
+
+namespace norvik::platform {
+namespace {
+
+using detail::CalendarConfig;
+
+constexpr std::array<std::string_view, 9> kIdentifierNames = {
+    "gregorian",    "chinese",          "dangi",   "hebrew", "islamic-civil",
+    "islamic-tbla", "islamic-umalqura", "persian", "indian"};
+
+// ICU calendars are not thread-safe, so every thread keeps its own small set of them, made from
+// the interned configurations and reused while the configuration lives (confined to the thread).
+class ThreadCalendars {
+ public:
+  icu::Calendar* get(const std::shared_ptr<const CalendarConfig>& config) {
+    ++tick_;
+    Entry* oldest = &entries_[0];
+    for (Entry& entry : entries_) {
+      if (entry.config && entry.config->id == config->id) {
+        entry.lastUse = tick_;
+        return entry.calendar.get();
+      }
+      if (entry.lastUse < oldest->lastUse) oldest = &entry;
+    }
+    auto calendar = config->makeIcuCalendar();
+    if (!calendar) return nullptr;
+    oldest->config = config;
+    oldest->calendar = std::move(calendar);
+    oldest->lastUse = tick_;
+    return oldest->calendar.get();
+  }
+
+ private:
+  struct Entry {
+    std::shared_ptr<const CalendarConfig> config;
+    std::unique_ptr<icu::Calendar> calendar;
+    std::uint64_t lastUse = 0;
+  };
+  std::array<Entry, 8> entries_;
+  std::uint64_t tick_ = 0;
+};
+
+icu::Calendar* threadCalendar(const std::shared_ptr<const CalendarConfig>& config) {
+  if (!config) return nullptr;
+  thread_local ThreadCalendars calendars;
+  return calendars.get(config);
+}
+
+// An instant split into whole seconds for ICU (as milliseconds) and the fraction that ICU does
+// not keep. Instants ICU cannot hold give nothing.
+struct SplitInstant {
+  double millis = 0.0;
+  double fraction = 0.0;
+};
+
+std::optional<SplitInstant> split(Date date) {
+  double seconds = date.timeIntervalSince1970();
+  if (!std::isfinite(seconds) || std::fabs(seconds) > 1.0e14) return std::nullopt;
+  double whole = std::floor(seconds);
+  return SplitInstant{whole * 1000.0, seconds - whole};
+}
+
+Date joined(double millis, double fraction) {
+  return Date(millis / 1000.0 + fraction);
+}
+
+// The shared calendars' locale override and their configurations, rebuilt when the environment or
+// the override changes. `adapted` is guarded by the mutex; the generation is atomic.
+struct SharedState {
+  std::mutex mutex;
+  std::optional<Locale> adapted;
+  std::atomic<std::uint64_t> adaptGeneration{0};
+};
+
+SharedState& sharedState() {
+  static SharedState state;
+  return state;
+}
+
+struct FieldRead {
+  icu::Calendar* calendar;
+  UErrorCode status = U_ZERO_ERROR;
+  int operator()(UCalendarDateFields field) { return calendar->get(field, status); }
+};
+
+// The date fields of the calendar's current time that identify a day.
+struct DayKey {
+  int era, year, month, leap, day;
+  bool operator==(const DayKey&) const = default;
+};
+
+std::optional<DayKey> dayKey(icu::Calendar* calendar, Date date) {
+  auto instant = split(date);
+  if (!calendar || !instant) return std::nullopt;
+  UErrorCode status = U_ZERO_ERROR;
+  calendar->setTime(instant->millis, status);
+  FieldRead read{calendar};
+  DayKey key{read(UCAL_ERA), read(UCAL_YEAR), read(UCAL_MONTH), read(UCAL_IS_LEAP_MONTH),
+             read(UCAL_DATE)};
+  if (U_FAILURE(status) || U_FAILURE(read.status)) return std::nullopt;
+  return key;
+}
+
+// Moves the calendar to the first instant of its current day (usually local midnight).
+double startOfCurrentDay(icu::Calendar* calendar, UErrorCode& status) {
+  calendar->set(UCAL_HOUR_OF_DAY, 0);
+  calendar->set(UCAL_MINUTE, 0);
+  calendar->set(UCAL_SECOND, 0);
+  calendar->set(UCAL_MILLISECOND, 0);
+  return calendar->getTime(status);
+}
+
+}  // namespace
+
+std::string_view calendarIdentifierName(CalendarIdentifier identifier) {
+  auto index = static_cast<std::size_t>(identifier);
+  return index < kIdentifierNames.size() ? kIdentifierNames[index] : kIdentifierNames[0];
+}
+
+std::optional<CalendarIdentifier> calendarIdentifierFromName(std::string_view name) {
+  for (std::size_t i = 0; i < kIdentifierNames.size(); ++i) {
+    if (kIdentifierNames[i] == name) return static_cast<CalendarIdentifier>(i);
+  }
+  return std::nullopt;
+}
+
+std::optional<int> DateComponents::value(CalendarUnit unit) const {
+  switch (unit) {
+    case CalendarUnit::era:
+      return era;
+    case CalendarUnit::year:
+      return year;
+    case CalendarUnit::month:
+      return month;
+    case CalendarUnit::day:
+      return day;
+    case CalendarUnit::hour:
+      return hour;
+    case CalendarUnit::minute:
+      return minute;
+    case CalendarUnit::second:
+      return second;
+    case CalendarUnit::nanosecond:
+      return nanosecond;
+    case CalendarUnit::weekday:
+      return weekday;
+    case CalendarUnit::weekdayOrdinal:
+      return weekdayOrdinal;
+    case CalendarUnit::weekOfYear:
+      return weekOfYear;
+    case CalendarUnit::weekOfMonth:
+      return weekOfMonth;
+    case CalendarUnit::yearForWeekOfYear:
+      return yearForWeekOfYear;
+  }
+  return std::nullopt;
+}
+
+void DateComponents::setValue(CalendarUnit unit, std::optional<int> value) {
+  switch (unit) {
+    case CalendarUnit::era:
+      era = value;
+      break;
+    case CalendarUnit::year:
+      year = value;
+      break;
+    case CalendarUnit::month:
+      month = value;
+      break;
+    case CalendarUnit::day:
+      day = value;
+      break;
+    case CalendarUnit::hour:
+      hour = value;
+      break;
+    case CalendarUnit::minute:
+      minute = value;
+      break;
+    case CalendarUnit::second:
+      second = value;
+      break;
+    case CalendarUnit::nanosecond:
+      nanosecond = value;
+      break;
+    case CalendarUnit::weekday:
+      weekday = value;
+      break;
+    case CalendarUnit::weekdayOrdinal:
+      weekdayOrdinal = value;
+      break;
+    case CalendarUnit::weekOfYear:
+      weekOfYear = value;
+      break;
+    case CalendarUnit::weekOfMonth:
+      weekOfMonth = value;
+      break;
+    case CalendarUnit::yearForWeekOfYear:
+      yearForWeekOfYear = value;
+      break;
+  }
+}
+
+Calendar::Calendar(CalendarIdentifier identifier)
+    : Calendar(identifier, TimeZone::current(), Locale::current()) {}
+
+Calendar::Calendar(CalendarIdentifier identifier, const TimeZone& timeZone, const Locale& locale)
+    : config_(detail::internCalendarConfig(identifier, timeZone, locale.identifier(), 0, 0)) {}
+
+Calendar::Calendar(SharedKind kind) : shared_(kind) {}
+
+std::optional<Calendar> Calendar::withIdentifier(std::string_view name) {
+  auto identifier = calendarIdentifierFromName(name);
+  if (!identifier) return std::nullopt;
+  return Calendar(*identifier);
+}
+
+Calendar Calendar::autoupdatingCurrent() {
+  return Calendar(SharedKind::autoupdatingCurrent);
+}
+
+Calendar Calendar::currentGregorian() {
+  return Calendar(SharedKind::currentGregorian);
+}
+
+Calendar Calendar::sharedChinese() {
+  return Calendar(SharedKind::chinese);
+}
+
+void Calendar::adaptWithLocale(const Locale& locale) {
+  SharedState& state = sharedState();
+  std::lock_guard lock(state.mutex);
+  if (locale.isAutoupdating()) {
+    state.adapted.reset();
+  } else {
+    state.adapted = locale;
+  }
+  state.adaptGeneration.fetch_add(1, std::memory_order_acq_rel);
+}
+
+std::shared_ptr<const CalendarConfig> Calendar::config() const {
+  if (shared_ == SharedKind::none) return config_;
+  // Each thread remembers the shared configurations it resolved, until the environment or the
+  // locale override changes (confined to the calling thread).
+  struct Cached {
+    std::uint64_t environment = UINT64_MAX;
+    std::uint64_t adapt = UINT64_MAX;
+    std::array<std::shared_ptr<const CalendarConfig>, 3> configs;
+  };
+  thread_local Cached cached;
+  SharedState& state = sharedState();
+  // Generations are read before the values they guard: a change in between only causes a re-read.
+  std::uint64_t environment = environmentGeneration();
+  std::uint64_t adapt = state.adaptGeneration.load(std::memory_order_acquire);
+  if (cached.environment != environment || cached.adapt != adapt) {
+    cached.configs = {};
+    cached.environment = environment;
+    cached.adapt = adapt;
+  }
+  auto& slot = cached.configs[static_cast<std::size_t>(shared_) - 1];
+  if (!slot) {
+    std::optional<Locale> adapted;
+    {
+      std::lock_guard lock(state.mutex);
+      adapted = state.adapted;
+    }
+    Locale locale = adapted ? *adapted : Locale::current();
+    CalendarIdentifier identifier = CalendarIdentifier::gregorian;
+    if (shared_ == SharedKind::chinese) {
+      identifier = CalendarIdentifier::chinese;
+    } else if (shared_ == SharedKind::autoupdatingCurrent) {
+      identifier = calendarIdentifierFromName(locale.keywordValue("calendar"))
+                       .value_or(CalendarIdentifier::gregorian);
+    }
+    slot = detail::internCalendarConfig(identifier, TimeZone::current(), locale.identifier(), 0, 0);
+  }
+  return slot;
+}
+
+CalendarIdentifier Calendar::identifier() const {
+  return config()->identifier;
+}
+
+TimeZone Calendar::timeZone() const {
+  return config()->timeZone;
+}
+
+Locale Calendar::locale() const {
+  return Locale(config()->localeIdentifier);
+}
+
+int Calendar::firstWeekday() const {
+  return config()->firstWeekday;
+}
+
+int Calendar::minimumDaysInFirstWeek() const {
+  return config()->minimumDaysInFirstWeek;
+}
+
+void Calendar::setTimeZone(const TimeZone& timeZone) {
+  auto current = config();
+  config_ =
+      detail::internCalendarConfig(current->identifier, timeZone, current->localeIdentifier,
+                                   current->requestedFirstWeekday, current->requestedMinimumDays);
+  shared_ = SharedKind::none;
+}
+
+void Calendar::setLocale(const Locale& locale) {
+  auto current = config();
+  config_ =
+      detail::internCalendarConfig(current->identifier, current->timeZone, locale.identifier(),
+                                   current->requestedFirstWeekday, current->requestedMinimumDays);
+  shared_ = SharedKind::none;
+}
+
+void Calendar::setFirstWeekday(int weekday) {
+  if (weekday < 1 || weekday > 7) return;
+  auto current = config();
+  config_ = detail::internCalendarConfig(current->identifier, current->timeZone,
+                                         current->localeIdentifier, weekday,
+                                         current->requestedMinimumDays);
+  shared_ = SharedKind::none;
+}
+
+void Calendar::setMinimumDaysInFirstWeek(int days) {
+  if (days < 1 || days > 7) return;
+  auto current = config();
+  config_ =
+      detail::internCalendarConfig(current->identifier, current->timeZone,
+                                   current->localeIdentifier, current->requestedFirstWeekday, days);
+  shared_ = SharedKind::none;
+}
+
+DateComponents Calendar::components(Date date) const {
+  DateComponents result;
+  auto instant = split(date);
+  icu::Calendar* calendar = threadCalendar(config());
+  if (!instant || !calendar) return result;
+  UErrorCode status = U_ZERO_ERROR;
+  calendar->setTime(instant->millis, status);
+  FieldRead read{calendar};
+  result.era = read(UCAL_ERA);
+  result.year = read(UCAL_YEAR);
+  result.month = read(UCAL_MONTH) + 1;
+  result.day = read(UCAL_DATE);
+  result.hour = read(UCAL_HOUR_OF_DAY);
+  result.minute = read(UCAL_MINUTE);
+  result.second = read(UCAL_SECOND);
+  result.weekday = read(UCAL_DAY_OF_WEEK);
+  result.weekdayOrdinal = read(UCAL_DAY_OF_WEEK_IN_MONTH);
+  result.weekOfYear = read(UCAL_WEEK_OF_YEAR);
+  result.weekOfMonth = read(UCAL_WEEK_OF_MONTH);
+  result.yearForWeekOfYear = read(UCAL_YEAR_WOY);
+  result.isLeapMonth = read(UCAL_IS_LEAP_MONTH) != 0;
+  if (U_FAILURE(status) || U_FAILURE(read.status)) return DateComponents{};
+  result.nanosecond = std::min(999'999'999, static_cast<int>(std::lround(instant->fraction * 1e9)));
+  return result;
+}
+
+std::optional<int> Calendar::component(CalendarUnit unit, Date date) const {
+  return components(date).value(unit);
+}
+
+std::optional<Date> Calendar::dateFromComponents(const DateComponents& c) const {
+  auto config = this->config();
+  icu::Calendar* calendar = threadCalendar(config);
+  if (!calendar || (!c.year && !c.yearForWeekOfYear)) return std::nullopt;
+  if (c.nanosecond && (*c.nanosecond < 0 || *c.nanosecond > 999'999'999)) return std::nullopt;
+  UErrorCode status = U_ZERO_ERROR;
+  std::optional<int> era = c.era;
+  bool cyclic = config->identifier == CalendarIdentifier::chinese ||
+                config->identifier == CalendarIdentifier::dangi;
+  if (!era && cyclic) {
+    if (auto now = split(Date::now())) {
+      calendar->setTime(now->millis, status);
+      era = calendar->get(UCAL_ERA, status);
+    }
+  }
+  calendar->clear();
+  calendar->setLenient(false);
+  if (era) calendar->set(UCAL_ERA, *era);
+  if (c.year) calendar->set(UCAL_YEAR, *c.year);
+  if (c.yearForWeekOfYear) calendar->set(UCAL_YEAR_WOY, *c.yearForWeekOfYear);
+  if (c.month) calendar->set(UCAL_MONTH, *c.month - 1);
+  if (c.isLeapMonth) calendar->set(UCAL_IS_LEAP_MONTH, *c.isLeapMonth ? 1 : 0);
+  if (c.weekOfYear) calendar->set(UCAL_WEEK_OF_YEAR, *c.weekOfYear);
+  if (c.weekOfMonth) calendar->set(UCAL_WEEK_OF_MONTH, *c.weekOfMonth);
+  if (c.weekdayOrdinal) calendar->set(UCAL_DAY_OF_WEEK_IN_MONTH, *c.weekdayOrdinal);
+  if (c.weekday) calendar->set(UCAL_DAY_OF_WEEK, *c.weekday);
+  if (c.day) calendar->set(UCAL_DATE, *c.day);
+  if (c.hour) calendar->set(UCAL_HOUR_OF_DAY, *c.hour);
+  if (c.minute) calendar->set(UCAL_MINUTE, *c.minute);
+  if (c.second) calendar->set(UCAL_SECOND, *c.second);
+  double millis = calendar->getTime(status);
+  calendar->setLenient(true);
+  if (U_FAILURE(status)) return std::nullopt;
+
+  // ICU accepts some impossible dates by moving them (a missing leap month becomes the next
+  // month), so the result must name the fields it was asked for.
+  FieldRead read{calendar};
+  auto differs = [&](const std::optional<int>& wanted, UCalendarDateFields field, int offset) {
+    return wanted && read(field) + offset != *wanted;
+  };
+  bool mismatch = differs(era, UCAL_ERA, 0) || differs(c.year, UCAL_YEAR, 0) ||
+                  differs(c.month, UCAL_MONTH, 1) ||
+                  (c.isLeapMonth && (read(UCAL_IS_LEAP_MONTH) != 0) != *c.isLeapMonth);
+  if (c.day) {
+    mismatch = mismatch || differs(c.day, UCAL_DATE, 0);
+  } else {
+    mismatch = mismatch || differs(c.weekday, UCAL_DAY_OF_WEEK, 0) ||
+               differs(c.weekdayOrdinal, UCAL_DAY_OF_WEEK_IN_MONTH, 0) ||
+               differs(c.weekOfYear, UCAL_WEEK_OF_YEAR, 0) ||
+               differs(c.weekOfMonth, UCAL_WEEK_OF_MONTH, 0) ||
+               differs(c.yearForWeekOfYear, UCAL_YEAR_WOY, 0);
+  }
+  if (mismatch || U_FAILURE(read.status)) return std::nullopt;
+  return joined(millis, c.nanosecond.value_or(0) / 1e9);
+}
+
+std::optional<Date> Calendar::dateByAdding(const DateComponents& c, Date date) const {
+  auto instant = split(date);
+  icu::Calendar* calendar = threadCalendar(config());
+  if (!instant || !calendar) return std::nullopt;
+  UErrorCode status = U_ZERO_ERROR;
+  calendar->setTime(instant->millis, status);
+  auto add = [&](const std::optional<int>& amount, UCalendarDateFields field) {
+    if (amount && *amount != 0) calendar->add(field, *amount, status);
+  };
+  add(c.era, UCAL_ERA);
+  add(c.year, UCAL_YEAR);
+  add(c.yearForWeekOfYear, UCAL_YEAR_WOY);
+  add(c.month, UCAL_MONTH);
+  add(c.weekOfYear, UCAL_WEEK_OF_YEAR);
+  add(c.weekOfMonth, UCAL_WEEK_OF_MONTH);
+  add(c.weekdayOrdinal, UCAL_WEEK_OF_MONTH);
+  add(c.day, UCAL_DATE);
+  add(c.weekday, UCAL_DATE);
+  add(c.hour, UCAL_HOUR_OF_DAY);
+  add(c.minute, UCAL_MINUTE);
+  add(c.second, UCAL_SECOND);
+  double millis = calendar->getTime(status);
+  if (U_FAILURE(status)) return std::nullopt;
+  Date result = joined(millis, instant->fraction + c.nanosecond.value_or(0) / 1e9);
+  if (!std::isfinite(result.timeIntervalSince1970())) return std::nullopt;
+  return result;
+}
+
+std::optional<Date> Calendar::dateByAdding(CalendarUnit unit, int value, Date date) const {
+  DateComponents components;
+  components.setValue(unit, value);
+  return dateByAdding(components, date);
+}
+
+Date Calendar::startOfDay(Date date) const {
+  auto instant = split(date);
+  icu::Calendar* calendar = threadCalendar(config());
+  if (!instant || !calendar) return date;
+  UErrorCode status = U_ZERO_ERROR;
+  calendar->setTime(instant->millis, status);
+  double millis = startOfCurrentDay(calendar, status);
+  return U_SUCCESS(status) ? Date(millis / 1000.0) : date;
+}
+
+Date Calendar::startOfMonth(Date date) const {
+  auto instant = split(date);
+  icu::Calendar* calendar = threadCalendar(config());
+  if (!instant || !calendar) return date;
+  UErrorCode status = U_ZERO_ERROR;
+  calendar->setTime(instant->millis, status);
+  calendar->set(UCAL_DATE, 1);
+  double millis = startOfCurrentDay(calendar, status);
+  return U_SUCCESS(status) ? Date(millis / 1000.0) : date;
+}
+
+Date Calendar::startOfYear(Date date) const {
+  auto instant = split(date);
+  icu::Calendar* calendar = threadCalendar(config());
+  if (!instant || !calendar) return date;
+  UErrorCode status = U_ZERO_ERROR;
+  calendar->setTime(instant->millis, status);
+  calendar->set(UCAL_MONTH, 0);
+  calendar->set(UCAL_IS_LEAP_MONTH, 0);
+  calendar->set(UCAL_DATE, 1);
+  double millis = startOfCurrentDay(calendar, status);
+  return U_SUCCESS(status) ? Date(millis / 1000.0) : date;
+}
+
+bool Calendar::isDate(Date date, Date inSameDayAs) const {
+  icu::Calendar* calendar = threadCalendar(config());
+  auto first = dayKey(calendar, date);
+  auto second = dayKey(calendar, inSameDayAs);
+  return first && second && *first == *second;
+}
+
+bool Calendar::isDateInToday(Date date) const {
+  return isDate(date, Date::now());
+}
+
+std::optional<CalendarRange> Calendar::rangeOfDaysInMonth(Date date) const {
+  auto instant = split(date);
+  icu::Calendar* calendar = threadCalendar(config());
+  if (!instant || !calendar) return std::nullopt;
+  // ICU's actual maximum of the day ignores Chinese leap months, so measure the month instead:
+  // Julian days from its first day to the first day of the next month.
+  UErrorCode status = U_ZERO_ERROR;
+  calendar->setTime(instant->millis, status);
+  calendar->set(UCAL_DATE, 1);
+  int first = calendar->get(UCAL_JULIAN_DAY, status);
+  calendar->add(UCAL_MONTH, 1, status);
+  int next = calendar->get(UCAL_JULIAN_DAY, status);
+  if (U_FAILURE(status) || next <= first) return std::nullopt;
+  return CalendarRange{1, next - first};
+}
+
+std::optional<int> Calendar::ordinality(CalendarUnit smaller, CalendarUnit larger,
+                                        Date date) const {
+  auto config = this->config();
+  auto instant = split(date);
+  icu::Calendar* calendar = threadCalendar(config);
+  if (!instant || !calendar) return std::nullopt;
+  UErrorCode status = U_ZERO_ERROR;
+  calendar->setTime(instant->millis, status);
+  FieldRead read{calendar};
+  bool week = larger == CalendarUnit::weekOfYear || larger == CalendarUnit::weekOfMonth;
+  bool dayUnit = smaller == CalendarUnit::day || smaller == CalendarUnit::weekday;
+  // Position of the day in its week, counted from the first weekday.
+  auto dayInWeek = [&](int weekday) { return (weekday - config->firstWeekday + 7) % 7 + 1; };
+  // The row of a day in a grid of weeks that starts with the partial week of day 1.
+  auto weekRow = [&](int dayOrdinal) {
+    int weekday = read(UCAL_DAY_OF_WEEK);
+    int firstWeekdayOfPeriod = ((weekday - 1 - (dayOrdinal - 1)) % 7 + 7) % 7 + 1;
+    return (dayOrdinal - 1 + dayInWeek(firstWeekdayOfPeriod) - 1) / 7 + 1;
+  };
+  std::optional<int> result;
+  if (dayUnit && week) {
+    result = dayInWeek(read(UCAL_DAY_OF_WEEK));
+  } else if (dayUnit && larger == CalendarUnit::month) {
+    result = read(UCAL_DATE);
+  } else if (dayUnit && larger == CalendarUnit::year) {
+    result = read(UCAL_DAY_OF_YEAR);
+  } else if (week && larger == CalendarUnit::month) {
+    result = weekRow(read(UCAL_DATE));
+  } else if (week && larger == CalendarUnit::year) {
+    result = weekRow(read(UCAL_DAY_OF_YEAR));
+  } else if (smaller == CalendarUnit::hour && larger == CalendarUnit::day) {
+    result = read(UCAL_HOUR_OF_DAY) + 1;
+  } else if (smaller == CalendarUnit::minute && larger == CalendarUnit::hour) {
+    result = read(UCAL_MINUTE) + 1;
+  } else if (smaller == CalendarUnit::second && larger == CalendarUnit::minute) {
+    result = read(UCAL_SECOND) + 1;
+  } else if (smaller == CalendarUnit::month && larger == CalendarUnit::year) {
+    // Count the months from the start of the year, so that leap months count as months.
+    double target = instant->millis;
+    calendar->set(UCAL_MONTH, 0);
+    calendar->set(UCAL_IS_LEAP_MONTH, 0);
+    calendar->set(UCAL_DATE, 1);
+    startOfCurrentDay(calendar, status);
+    int count = 1;
+    while (count < 14) {
+      calendar->add(UCAL_MONTH, 1, status);
+      if (U_FAILURE(status) || calendar->getTime(status) > target) break;
+      ++count;
+    }
+    result = count;
+  }
+  if (U_FAILURE(status) || U_FAILURE(read.status)) return std::nullopt;
+  return result;
+}
+
+bool Calendar::operator==(const Calendar& other) const {
+  if (shared_ != other.shared_) return false;
+  if (shared_ != SharedKind::none) return true;
+  return config_->key == other.config_->key;
+}
+
+}  // namespace norvik::platform
