@@ -30,8 +30,11 @@ std::unique_ptr<icu::Calendar> CalendarConfig::makeIcuCalendar() const {
   UErrorCode status = U_ZERO_ERROR;
   std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(zone, locale, status));
   if (U_FAILURE(status) || !calendar) return nullptr;
-  calendar->setFirstDayOfWeek(static_cast<UCalendarDaysOfWeek>(firstWeekday));
-  calendar->setMinimalDaysInFirstWeek(static_cast<uint8_t>(minimumDaysInFirstWeek));
+  // Zero while the configuration is being made: the locale's week rules are then read from it.
+  if (firstWeekday) calendar->setFirstDayOfWeek(static_cast<UCalendarDaysOfWeek>(firstWeekday));
+  if (minimumDaysInFirstWeek) {
+    calendar->setMinimalDaysInFirstWeek(static_cast<uint8_t>(minimumDaysInFirstWeek));
+  }
   calendar->setRepeatedWallTimeOption(UCAL_WALLTIME_FIRST);
   calendar->setSkippedWallTimeOption(UCAL_WALLTIME_LAST);
   calendar->setLenient(true);
@@ -78,13 +81,17 @@ std::shared_ptr<const CalendarConfig> internCalendarConfig(CalendarIdentifier id
   config->key = key;
   config->requestedFirstWeekday = firstWeekday;
   config->requestedMinimumDays = minimumDays;
-  config->firstWeekday = 1;
-  config->minimumDaysInFirstWeek = 1;
+  config->firstWeekday = 0;
+  config->minimumDaysInFirstWeek = 0;
   if (auto probe = config->makeIcuCalendar()) {
     UErrorCode status = U_ZERO_ERROR;
     int localeFirstWeekday = probe->getFirstDayOfWeek(status);
     if (U_SUCCESS(status)) config->firstWeekday = localeFirstWeekday;
     config->minimumDaysInFirstWeek = probe->getMinimalDaysInFirstWeek();
+  }
+  if (config->firstWeekday < 1 || config->firstWeekday > 7) config->firstWeekday = 1;
+  if (config->minimumDaysInFirstWeek < 1 || config->minimumDaysInFirstWeek > 7) {
+    config->minimumDaysInFirstWeek = 1;
   }
   if (firstWeekday) config->firstWeekday = firstWeekday;
   if (minimumDays) config->minimumDaysInFirstWeek = minimumDays;
@@ -479,8 +486,17 @@ std::optional<Date> Calendar::dateFromComponents(const DateComponents& c) const 
       era = calendar->get(UCAL_ERA, status);
     }
   }
+  // Fields are set leniently, so that a local time skipped by a daylight-saving change moves
+  // forward instead of failing; the ranges of the time fields are checked here and the date fields
+  // by reading them back below.
+  auto outside = [](const std::optional<int>& value, int low, int high) {
+    return value && (*value < low || *value > high);
+  };
+  if (outside(c.hour, 0, 23) || outside(c.minute, 0, 59) || outside(c.second, 0, 59) ||
+      outside(c.weekday, 1, 7) || outside(c.month, 1, 13) || outside(c.day, 1, 31)) {
+    return std::nullopt;
+  }
   calendar->clear();
-  calendar->setLenient(false);
   if (era) calendar->set(UCAL_ERA, *era);
   if (c.year) calendar->set(UCAL_YEAR, *c.year);
   if (c.yearForWeekOfYear) calendar->set(UCAL_YEAR_WOY, *c.yearForWeekOfYear);
@@ -495,7 +511,6 @@ std::optional<Date> Calendar::dateFromComponents(const DateComponents& c) const 
   if (c.minute) calendar->set(UCAL_MINUTE, *c.minute);
   if (c.second) calendar->set(UCAL_SECOND, *c.second);
   double millis = calendar->getTime(status);
-  calendar->setLenient(true);
   if (U_FAILURE(status)) return std::nullopt;
 
   // ICU accepts some impossible dates by moving them (a missing leap month becomes the next
@@ -625,6 +640,7 @@ std::optional<int> Calendar::ordinality(CalendarUnit smaller, CalendarUnit large
   calendar->setTime(instant->millis, status);
   FieldRead read{calendar};
   bool week = larger == CalendarUnit::weekOfYear || larger == CalendarUnit::weekOfMonth;
+  bool weekUnit = smaller == CalendarUnit::weekOfYear || smaller == CalendarUnit::weekOfMonth;
   bool dayUnit = smaller == CalendarUnit::day || smaller == CalendarUnit::weekday;
   // Position of the day in its week, counted from the first weekday.
   auto dayInWeek = [&](int weekday) { return (weekday - config->firstWeekday + 7) % 7 + 1; };
@@ -641,9 +657,9 @@ std::optional<int> Calendar::ordinality(CalendarUnit smaller, CalendarUnit large
     result = read(UCAL_DATE);
   } else if (dayUnit && larger == CalendarUnit::year) {
     result = read(UCAL_DAY_OF_YEAR);
-  } else if (week && larger == CalendarUnit::month) {
+  } else if (weekUnit && larger == CalendarUnit::month) {
     result = weekRow(read(UCAL_DATE));
-  } else if (week && larger == CalendarUnit::year) {
+  } else if (weekUnit && larger == CalendarUnit::year) {
     result = weekRow(read(UCAL_DAY_OF_YEAR));
   } else if (smaller == CalendarUnit::hour && larger == CalendarUnit::day) {
     result = read(UCAL_HOUR_OF_DAY) + 1;
@@ -658,11 +674,16 @@ std::optional<int> Calendar::ordinality(CalendarUnit smaller, CalendarUnit large
     calendar->set(UCAL_IS_LEAP_MONTH, 0);
     calendar->set(UCAL_DATE, 1);
     startOfCurrentDay(calendar, status);
+    // ICU steps through a Hebrew common year's missing Adar I without moving, so only steps that
+    // reach a later month count.
     int count = 1;
-    while (count < 14) {
+    double previous = calendar->getTime(status);
+    for (int step = 0; step < 14 && U_SUCCESS(status); ++step) {
       calendar->add(UCAL_MONTH, 1, status);
-      if (U_FAILURE(status) || calendar->getTime(status) > target) break;
-      ++count;
+      double start = calendar->getTime(status);
+      if (U_FAILURE(status) || start > target) break;
+      if (start > previous) ++count;
+      previous = start;
     }
     result = count;
   }

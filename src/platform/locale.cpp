@@ -26,6 +26,11 @@ icu::Locale parseLocale(std::string_view text, bool& ok) {
   ok = false;
   if (!hasOnlyIdentifierCharacters(text) || text.size() > 200) return icu::Locale::getRoot();
   std::string name(text);
+  // A POSIX code set ("de_DE.UTF-8@euro") is not part of the locale.
+  if (auto dot = name.find('.'); dot != std::string::npos) {
+    name.erase(dot, name.find('@', dot) == std::string::npos ? std::string::npos
+                                                             : name.find('@', dot) - dot);
+  }
   bool looksLikeTag = name.find('-') != std::string::npos && name.find('_') == std::string::npos &&
                       name.find('@') == std::string::npos;
   if (looksLikeTag) {

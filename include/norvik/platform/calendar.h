@@ -70,20 +70,20 @@ enum class CalendarUnit {
 //   is the continuous year count (4661 for the Chinese year from February 2024), not the cycle
 //   position.
 struct DateComponents {
-  std::optional<int> era;
-  std::optional<int> year;
-  std::optional<int> month;
-  std::optional<int> day;
-  std::optional<int> hour;
-  std::optional<int> minute;
-  std::optional<int> second;
-  std::optional<int> nanosecond;
-  std::optional<int> weekday;
-  std::optional<int> weekdayOrdinal;
-  std::optional<int> weekOfYear;
-  std::optional<int> weekOfMonth;
-  std::optional<int> yearForWeekOfYear;
-  std::optional<bool> isLeapMonth;
+  std::optional<int> era{};
+  std::optional<int> year{};
+  std::optional<int> month{};
+  std::optional<int> day{};
+  std::optional<int> hour{};
+  std::optional<int> minute{};
+  std::optional<int> second{};
+  std::optional<int> nanosecond{};
+  std::optional<int> weekday{};
+  std::optional<int> weekdayOrdinal{};
+  std::optional<int> weekOfYear{};
+  std::optional<int> weekOfMonth{};
+  std::optional<int> yearForWeekOfYear{};
+  std::optional<bool> isLeapMonth{};
 
   std::optional<int> value(CalendarUnit unit) const;
   void setValue(CalendarUnit unit, std::optional<int> value);
