@@ -7,6 +7,7 @@
 #include <cmath>
 #include <map>
 #include <mutex>
+#include <unordered_map>
 
 #include "norvik/platform/environment.h"
 #include "platform/icu_support.h"
@@ -119,40 +120,70 @@ constexpr std::array<std::string_view, 9> kIdentifierNames = {
     "gregorian",    "chinese",          "dangi",   "hebrew", "islamic-civil",
     "islamic-tbla", "islamic-umalqura", "persian", "indian"};
 
+// A thread's ICU calendar for one configuration, and a Gregorian calendar in the same zone that
+// finds local days and times of day quickly (day boundaries are the same in every calendar).
+struct ThreadCalendar {
+  icu::Calendar* calendar = nullptr;
+  icu::Calendar* dayCalendar = nullptr;
+  explicit operator bool() const { return calendar && dayCalendar; }
+};
+
+std::unique_ptr<icu::Calendar> makeDayCalendar(const CalendarConfig& config) {
+  if (config.identifier == CalendarIdentifier::gregorian) return nullptr;
+  icu::TimeZone* zone =
+      icu::TimeZone::createTimeZone(detail::fromUtf8(config.timeZone.identifier()));
+  if (!zone) return nullptr;
+  UErrorCode status = U_ZERO_ERROR;
+  std::unique_ptr<icu::Calendar> calendar(
+      icu::Calendar::createInstance(zone, icu::Locale("en_US@calendar=gregorian"), status));
+  if (U_FAILURE(status) || !calendar) return nullptr;
+  calendar->setRepeatedWallTimeOption(UCAL_WALLTIME_FIRST);
+  calendar->setSkippedWallTimeOption(UCAL_WALLTIME_LAST);
+  return calendar;
+}
+
 // ICU calendars are not thread-safe, so every thread keeps its own small set of them, made from
 // the interned configurations and reused while the configuration lives (confined to the thread).
 class ThreadCalendars {
  public:
-  icu::Calendar* get(const std::shared_ptr<const CalendarConfig>& config) {
+  ThreadCalendar get(const std::shared_ptr<const CalendarConfig>& config) {
     ++tick_;
     Entry* oldest = &entries_[0];
     for (Entry& entry : entries_) {
       if (entry.config && entry.config->id == config->id) {
         entry.lastUse = tick_;
-        return entry.calendar.get();
+        return entry.view();
       }
       if (entry.lastUse < oldest->lastUse) oldest = &entry;
     }
     auto calendar = config->makeIcuCalendar();
-    if (!calendar) return nullptr;
+    auto dayCalendar = makeDayCalendar(*config);
+    if (!calendar || (config->identifier != CalendarIdentifier::gregorian && !dayCalendar)) {
+      return {};
+    }
     oldest->config = config;
     oldest->calendar = std::move(calendar);
+    oldest->dayCalendar = std::move(dayCalendar);
     oldest->lastUse = tick_;
-    return oldest->calendar.get();
+    return oldest->view();
   }
 
  private:
   struct Entry {
     std::shared_ptr<const CalendarConfig> config;
     std::unique_ptr<icu::Calendar> calendar;
+    std::unique_ptr<icu::Calendar> dayCalendar;  // null for Gregorian configurations
     std::uint64_t lastUse = 0;
+    ThreadCalendar view() const {
+      return {calendar.get(), dayCalendar ? dayCalendar.get() : calendar.get()};
+    }
   };
   std::array<Entry, 8> entries_;
   std::uint64_t tick_ = 0;
 };
 
-icu::Calendar* threadCalendar(const std::shared_ptr<const CalendarConfig>& config) {
-  if (!config) return nullptr;
+ThreadCalendar threadCalendar(const std::shared_ptr<const CalendarConfig>& config) {
+  if (!config) return {};
   thread_local ThreadCalendars calendars;
   return calendars.get(config);
 }
@@ -194,22 +225,79 @@ struct FieldRead {
   int operator()(UCalendarDateFields field) { return calendar->get(field, status); }
 };
 
-// The date fields of the calendar's current time that identify a day.
-struct DayKey {
-  int era, year, month, leap, day;
-  bool operator==(const DayKey&) const = default;
+// The fields of a local day in one calendar.
+struct DayFields {
+  int era, year, month, day, leap, weekday, weekdayOrdinal, weekOfYear, weekOfMonth,
+      yearForWeekOfYear;
 };
 
-std::optional<DayKey> dayKey(icu::Calendar* calendar, Date date) {
-  auto instant = split(date);
-  if (!calendar || !instant) return std::nullopt;
-  UErrorCode status = U_ZERO_ERROR;
-  calendar->setTime(instant->millis, status);
+std::optional<DayFields> readDayFields(icu::Calendar* calendar) {
   FieldRead read{calendar};
-  DayKey key{read(UCAL_ERA), read(UCAL_YEAR), read(UCAL_MONTH), read(UCAL_IS_LEAP_MONTH),
-             read(UCAL_DATE)};
-  if (U_FAILURE(status) || U_FAILURE(read.status)) return std::nullopt;
-  return key;
+  DayFields fields{read(UCAL_ERA),
+                   read(UCAL_YEAR),
+                   read(UCAL_MONTH) + 1,
+                   read(UCAL_DATE),
+                   read(UCAL_IS_LEAP_MONTH),
+                   read(UCAL_DAY_OF_WEEK),
+                   read(UCAL_DAY_OF_WEEK_IN_MONTH),
+                   read(UCAL_WEEK_OF_YEAR),
+                   read(UCAL_WEEK_OF_MONTH),
+                   read(UCAL_YEAR_WOY)};
+  if (U_FAILURE(read.status)) return std::nullopt;
+  return fields;
+}
+
+// ICU's lunisolar and Umm al-Qura calendars compute a day's fields astronomically or from tables
+// (10 to 35 microseconds), so the fields of each local day are remembered by configuration and
+// Julian day. Guarded by the mutex; emptied when it grows past a bound.
+struct DayFieldCache {
+  std::mutex mutex;
+  std::unordered_map<std::uint64_t, DayFields> days;
+};
+
+DayFieldCache& dayFieldCache() {
+  static DayFieldCache cache;
+  return cache;
+}
+
+constexpr std::size_t kMaxCachedDays = 50000;
+
+// The local day of the instant: its Julian day, and its fields in the configuration's calendar.
+struct LocalDay {
+  int julianDay = 0;
+  DayFields fields{};
+};
+
+std::optional<LocalDay> localDay(const CalendarConfig& config, ThreadCalendar calendars,
+                                 double millis) {
+  UErrorCode status = U_ZERO_ERROR;
+  calendars.dayCalendar->setTime(millis, status);
+  LocalDay day;
+  day.julianDay = calendars.dayCalendar->get(UCAL_JULIAN_DAY, status);
+  if (U_FAILURE(status)) return std::nullopt;
+  if (calendars.dayCalendar == calendars.calendar) {
+    auto fields = readDayFields(calendars.calendar);
+    if (!fields) return std::nullopt;
+    day.fields = *fields;
+    return day;
+  }
+  std::uint64_t key = (config.id << 32) ^ static_cast<std::uint32_t>(day.julianDay);
+  DayFieldCache& cache = dayFieldCache();
+  {
+    std::lock_guard lock(cache.mutex);
+    if (auto it = cache.days.find(key); it != cache.days.end()) {
+      day.fields = it->second;
+      return day;
+    }
+  }
+  calendars.calendar->setTime(millis, status);
+  auto fields = U_SUCCESS(status) ? readDayFields(calendars.calendar) : std::nullopt;
+  if (!fields) return std::nullopt;
+  day.fields = *fields;
+  std::lock_guard lock(cache.mutex);
+  if (cache.days.size() >= kMaxCachedDays) cache.days.clear();
+  cache.days.emplace(key, *fields);
+  return day;
 }
 
 // Moves the calendar to the first instant of its current day (usually local midnight).
@@ -443,26 +531,29 @@ void Calendar::setMinimumDaysInFirstWeek(int days) {
 
 DateComponents Calendar::components(Date date) const {
   DateComponents result;
+  auto config = this->config();
   auto instant = split(date);
-  icu::Calendar* calendar = threadCalendar(config());
-  if (!instant || !calendar) return result;
-  UErrorCode status = U_ZERO_ERROR;
-  calendar->setTime(instant->millis, status);
-  FieldRead read{calendar};
-  result.era = read(UCAL_ERA);
-  result.year = read(UCAL_YEAR);
-  result.month = read(UCAL_MONTH) + 1;
-  result.day = read(UCAL_DATE);
+  ThreadCalendar calendars = threadCalendar(config);
+  if (!instant || !calendars) return result;
+  auto day = localDay(*config, calendars, instant->millis);
+  if (!day) return result;
+  // The day calendar holds the instant now: the time of day comes from it.
+  FieldRead read{calendars.dayCalendar};
   result.hour = read(UCAL_HOUR_OF_DAY);
   result.minute = read(UCAL_MINUTE);
   result.second = read(UCAL_SECOND);
-  result.weekday = read(UCAL_DAY_OF_WEEK);
-  result.weekdayOrdinal = read(UCAL_DAY_OF_WEEK_IN_MONTH);
-  result.weekOfYear = read(UCAL_WEEK_OF_YEAR);
-  result.weekOfMonth = read(UCAL_WEEK_OF_MONTH);
-  result.yearForWeekOfYear = read(UCAL_YEAR_WOY);
-  result.isLeapMonth = read(UCAL_IS_LEAP_MONTH) != 0;
-  if (U_FAILURE(status) || U_FAILURE(read.status)) return DateComponents{};
+  if (U_FAILURE(read.status)) return DateComponents{};
+  const DayFields& f = day->fields;
+  result.era = f.era;
+  result.year = f.year;
+  result.month = f.month;
+  result.day = f.day;
+  result.weekday = f.weekday;
+  result.weekdayOrdinal = f.weekdayOrdinal;
+  result.weekOfYear = f.weekOfYear;
+  result.weekOfMonth = f.weekOfMonth;
+  result.yearForWeekOfYear = f.yearForWeekOfYear;
+  result.isLeapMonth = f.leap != 0;
   result.nanosecond = std::min(999'999'999, static_cast<int>(std::lround(instant->fraction * 1e9)));
   return result;
 }
@@ -473,7 +564,7 @@ std::optional<int> Calendar::component(CalendarUnit unit, Date date) const {
 
 std::optional<Date> Calendar::dateFromComponents(const DateComponents& c) const {
   auto config = this->config();
-  icu::Calendar* calendar = threadCalendar(config);
+  icu::Calendar* calendar = threadCalendar(config).calendar;
   if (!calendar || (!c.year && !c.yearForWeekOfYear)) return std::nullopt;
   if (c.nanosecond && (*c.nanosecond < 0 || *c.nanosecond > 999'999'999)) return std::nullopt;
   UErrorCode status = U_ZERO_ERROR;
@@ -537,7 +628,7 @@ std::optional<Date> Calendar::dateFromComponents(const DateComponents& c) const 
 
 std::optional<Date> Calendar::dateByAdding(const DateComponents& c, Date date) const {
   auto instant = split(date);
-  icu::Calendar* calendar = threadCalendar(config());
+  icu::Calendar* calendar = threadCalendar(config()).calendar;
   if (!instant || !calendar) return std::nullopt;
   UErrorCode status = U_ZERO_ERROR;
   calendar->setTime(instant->millis, status);
@@ -570,8 +661,9 @@ std::optional<Date> Calendar::dateByAdding(CalendarUnit unit, int value, Date da
 }
 
 Date Calendar::startOfDay(Date date) const {
+  // Days begin at the same instant in every calendar, so the quick Gregorian day calendar serves.
   auto instant = split(date);
-  icu::Calendar* calendar = threadCalendar(config());
+  icu::Calendar* calendar = threadCalendar(config()).dayCalendar;
   if (!instant || !calendar) return date;
   UErrorCode status = U_ZERO_ERROR;
   calendar->setTime(instant->millis, status);
@@ -581,7 +673,7 @@ Date Calendar::startOfDay(Date date) const {
 
 Date Calendar::startOfMonth(Date date) const {
   auto instant = split(date);
-  icu::Calendar* calendar = threadCalendar(config());
+  icu::Calendar* calendar = threadCalendar(config()).calendar;
   if (!instant || !calendar) return date;
   UErrorCode status = U_ZERO_ERROR;
   calendar->setTime(instant->millis, status);
@@ -592,7 +684,7 @@ Date Calendar::startOfMonth(Date date) const {
 
 Date Calendar::startOfYear(Date date) const {
   auto instant = split(date);
-  icu::Calendar* calendar = threadCalendar(config());
+  icu::Calendar* calendar = threadCalendar(config()).calendar;
   if (!instant || !calendar) return date;
   UErrorCode status = U_ZERO_ERROR;
   calendar->setTime(instant->millis, status);
@@ -604,10 +696,18 @@ Date Calendar::startOfYear(Date date) const {
 }
 
 bool Calendar::isDate(Date date, Date inSameDayAs) const {
-  icu::Calendar* calendar = threadCalendar(config());
-  auto first = dayKey(calendar, date);
-  auto second = dayKey(calendar, inSameDayAs);
-  return first && second && *first == *second;
+  // The same local day is the same day in every calendar: compare Julian days.
+  icu::Calendar* calendar = threadCalendar(config()).dayCalendar;
+  auto julianDay = [&](Date d) -> std::optional<int> {
+    auto instant = split(d);
+    if (!calendar || !instant) return std::nullopt;
+    UErrorCode status = U_ZERO_ERROR;
+    calendar->setTime(instant->millis, status);
+    int day = calendar->get(UCAL_JULIAN_DAY, status);
+    return U_SUCCESS(status) ? std::optional<int>(day) : std::nullopt;
+  };
+  auto first = julianDay(date);
+  return first && first == julianDay(inSameDayAs);
 }
 
 bool Calendar::isDateInToday(Date date) const {
@@ -616,7 +716,7 @@ bool Calendar::isDateInToday(Date date) const {
 
 std::optional<CalendarRange> Calendar::rangeOfDaysInMonth(Date date) const {
   auto instant = split(date);
-  icu::Calendar* calendar = threadCalendar(config());
+  icu::Calendar* calendar = threadCalendar(config()).calendar;
   if (!instant || !calendar) return std::nullopt;
   // ICU's actual maximum of the day ignores Chinese leap months, so measure the month instead:
   // Julian days from its first day to the first day of the next month.
@@ -634,7 +734,7 @@ std::optional<int> Calendar::ordinality(CalendarUnit smaller, CalendarUnit large
                                         Date date) const {
   auto config = this->config();
   auto instant = split(date);
-  icu::Calendar* calendar = threadCalendar(config);
+  icu::Calendar* calendar = threadCalendar(config).calendar;
   if (!instant || !calendar) return std::nullopt;
   UErrorCode status = U_ZERO_ERROR;
   calendar->setTime(instant->millis, status);

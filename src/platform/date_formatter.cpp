@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <unordered_map>
 
 #include "norvik/platform/environment.h"
 #include "platform/icu_support.h"
@@ -146,40 +147,64 @@ std::unique_ptr<icu::SimpleDateFormat> cloneOrBuild(const FormatterSettings& set
   return copy;
 }
 
+// Whether a pattern shows only fields of the local day (no time of day, no zone), so that its text
+// is the same for every instant of one local day.
+bool patternShowsOnlyTheDay(std::string_view pattern) {
+  constexpr std::string_view kTimeFields = "aAbBhHkKmsSzZvVOXxjJC";
+  bool quoted = false;
+  for (char c : pattern) {
+    if (c == '\'') quoted = !quoted;
+    if (!quoted && kTimeFields.find(c) != std::string_view::npos) return false;
+  }
+  return true;
+}
+
+// A thread's formatter for one settings key, with the texts it made for whole local days: ICU's
+// Chinese and Umm al-Qura calendars take tens of microseconds per date, and calendar views format
+// the same days again and again.
+struct ThreadFormatter {
+  std::string key;
+  std::unique_ptr<icu::SimpleDateFormat> formatter;
+  bool showsOnlyTheDay = false;
+  std::unordered_map<std::int64_t, std::string> dayTexts;
+  std::uint64_t lastUse = 0;
+};
+
+constexpr std::size_t kMaxDayTexts = 1024;
+
 // ICU formatters change internal state while formatting, so each thread formats with its own
 // copies, the most recently used kept (confined to the thread).
 class ThreadFormatters {
  public:
-  icu::SimpleDateFormat* get(const FormatterSettings& settings) {
+  ThreadFormatter* get(const FormatterSettings& settings) {
     std::string key = settings.key();
     ++tick_;
-    Entry* oldest = &entries_[0];
-    for (Entry& entry : entries_) {
+    ThreadFormatter* oldest = &entries_[0];
+    for (ThreadFormatter& entry : entries_) {
       if (entry.formatter && entry.key == key) {
         entry.lastUse = tick_;
-        return entry.formatter.get();
+        return &entry;
       }
       if (entry.lastUse < oldest->lastUse) oldest = &entry;
     }
     auto formatter = cloneOrBuild(settings, key);
     if (!formatter) return nullptr;
+    icu::UnicodeString pattern;
+    formatter->toPattern(pattern);
     oldest->key = std::move(key);
     oldest->formatter = std::move(formatter);
+    oldest->showsOnlyTheDay = patternShowsOnlyTheDay(detail::toUtf8(pattern));
+    oldest->dayTexts.clear();
     oldest->lastUse = tick_;
-    return oldest->formatter.get();
+    return oldest;
   }
 
  private:
-  struct Entry {
-    std::string key;
-    std::unique_ptr<icu::SimpleDateFormat> formatter;
-    std::uint64_t lastUse = 0;
-  };
-  std::array<Entry, 16> entries_;
+  std::array<ThreadFormatter, 16> entries_;
   std::uint64_t tick_ = 0;
 };
 
-icu::SimpleDateFormat* threadFormatter(const FormatterSettings& settings) {
+ThreadFormatter* threadFormatter(const FormatterSettings& settings) {
   if (!settings.calendar) return nullptr;
   thread_local ThreadFormatters formatters;
   return formatters.get(settings);
@@ -278,11 +303,22 @@ std::string DateFormatter::format(Date date) const {
   auto config = calendar_.config();
   FormatterSettings settings{pattern_, patternIsTemplate_, resolvedLocaleIdentifier(), config,
                              timeZone_ ? *timeZone_ : config->timeZone};
-  icu::SimpleDateFormat* formatter = threadFormatter(settings);
-  if (!formatter) return {};
+  ThreadFormatter* entry = threadFormatter(settings);
+  if (!entry) return {};
+  std::optional<std::int64_t> localDay;
+  if (entry->showsOnlyTheDay) {
+    localDay = static_cast<std::int64_t>(
+        std::floor((seconds + settings.zone.secondsFromGMT(date)) / 86400.0));
+    if (auto it = entry->dayTexts.find(*localDay); it != entry->dayTexts.end()) return it->second;
+  }
   icu::UnicodeString text;
-  formatter->format(seconds * 1000.0, text);
-  return detail::toUtf8(text);
+  entry->formatter->format(seconds * 1000.0, text);
+  std::string result = detail::toUtf8(text);
+  if (localDay) {
+    if (entry->dayTexts.size() >= kMaxDayTexts) entry->dayTexts.clear();
+    entry->dayTexts.emplace(*localDay, result);
+  }
+  return result;
 }
 
 std::optional<Date> DateFormatter::date(std::string_view text) const {
@@ -290,8 +326,9 @@ std::optional<Date> DateFormatter::date(std::string_view text) const {
   auto config = calendar_.config();
   FormatterSettings settings{pattern_, patternIsTemplate_, resolvedLocaleIdentifier(), config,
                              timeZone_ ? *timeZone_ : config->timeZone};
-  icu::SimpleDateFormat* formatter = threadFormatter(settings);
-  if (!formatter) return std::nullopt;
+  ThreadFormatter* entry = threadFormatter(settings);
+  if (!entry) return std::nullopt;
+  icu::SimpleDateFormat* formatter = entry->formatter.get();
   icu::UnicodeString input = detail::fromUtf8(text);
   icu::ParsePosition position(0);
   UDate millis = formatter->parse(input, position);

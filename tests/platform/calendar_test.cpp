@@ -193,6 +193,13 @@ TEST(CalendarChinese, LeapMonthsOf2020And2023) {
   expectDay(chinese, utcDate(2024, 2, 10, 4), {41, 1, 1});
   EXPECT_EQ(chinese.components(utcDate(2024, 2, 10, 4)).era, 78);
 
+  // Day fields are remembered per local day; the change still comes at Beijing midnight.
+  expectDay(chinese, Date(1590163199.0), {37, 4, 30});
+  expectDay(chinese, Date(1590163200.0), {37, 4, 1, true});
+  EXPECT_EQ(chinese.components(Date(1590163199.0)).hour, 23);
+  EXPECT_TRUE(chinese.isDate(Date(1590163200.0), utcDate(2020, 5, 23, 15)));
+  EXPECT_FALSE(chinese.isDate(Date(1590163199.0), Date(1590163200.0)));
+
   Date leapDay = utcDate(2020, 6, 1, 4);
   EXPECT_EQ(chinese.startOfMonth(leapDay), utcDate(2020, 5, 22, 16));  // 23 May, Beijing midnight
   EXPECT_EQ(chinese.rangeOfDaysInMonth(leapDay), (CalendarRange{1, 29}));

@@ -31,6 +31,15 @@ TEST(DateFormatterChinese, CyclicYearAndStandaloneMonthNames) {
   EXPECT_EQ(formatter.format(kLunarNewYear2024), "正月");
   EXPECT_EQ(formatter.format(kLeapFourth2020), "闰四月");
   EXPECT_EQ(formatter.format(kLeapFourth2020.dateByAddingTimeInterval(-86400)), "四月");
+  // Texts remembered per local day must still change exactly at local midnight.
+  EXPECT_EQ(formatter.format(Date(1590163199.0)), "四月");    // 2020-05-22 23:59:59 Beijing
+  EXPECT_EQ(formatter.format(Date(1590163200.0)), "闰四月");  // 2020-05-23 00:00:00 Beijing
+  EXPECT_EQ(formatter.format(Date(1590163199.0)), "四月");
+  DateFormatter pacific("yyyy-MM-dd", Locale("en_US"), gregorianIn("America/Los_Angeles"));
+  EXPECT_EQ(pacific.format(Date(1710057599.0)), "2024-03-09");  // 23:59:59 PST
+  EXPECT_EQ(pacific.format(Date(1710057600.0)), "2024-03-10");
+  EXPECT_EQ(pacific.format(Date(1710140399.0)), "2024-03-10");  // 23:59:59 PDT
+  EXPECT_EQ(pacific.format(Date(1710140400.0)), "2024-03-11");
   auto months = formatter.standaloneMonthSymbols();
   ASSERT_EQ(months.size(), 12u);
   EXPECT_EQ(months.front(), "正月");
