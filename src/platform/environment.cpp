@@ -155,7 +155,8 @@ std::string mainBundleFromProcess() {
   std::string dir = executableDirectory();
 #ifdef NORVIK_INSTALL_DATADIR_REL
   if (!dir.empty()) {
-    auto candidate = std::filesystem::path(dir).parent_path() / NORVIK_INSTALL_DATADIR_REL / "MainBundle";
+    auto candidate =
+        std::filesystem::path(dir).parent_path() / NORVIK_INSTALL_DATADIR_REL / "MainBundle";
     return candidate.lexically_normal().string();
   }
 #endif
@@ -194,9 +195,13 @@ double systemClockSeconds() {
   return std::chrono::duration<double>(now).count();
 }
 
-Date Date::now() { return Date(currentEnvironment()->nowSeconds()); }
+Date Date::now() {
+  return Date(currentEnvironment()->nowSeconds());
+}
 
-double Environment::nowSeconds() const { return clock ? clock() : systemClockSeconds(); }
+double Environment::nowSeconds() const {
+  return clock ? clock() : systemClockSeconds();
+}
 
 std::string languageTagFromPosixLocale(std::string_view posixName) {
   std::string name(posixName);
@@ -209,8 +214,8 @@ std::string languageTagFromPosixLocale(std::string_view posixName) {
   if (auto dot = name.find('.'); dot != std::string::npos) name.erase(dot);
   if (name.empty() || name == "C" || name == "POSIX") return {};
   for (char c : name) {
-    bool ok = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-              c == '-';
+    bool ok = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+              c == '_' || c == '-';
     if (!ok) return {};
   }
   UErrorCode status = U_ZERO_ERROR;
@@ -276,12 +281,16 @@ void modifyEnvironment(const std::function<void(Environment&)>& change) {
   s.generation.fetch_add(1, std::memory_order_acq_rel);
 }
 
-std::uint64_t environmentGeneration() { return state().generation.load(std::memory_order_acquire); }
+std::uint64_t environmentGeneration() {
+  return state().generation.load(std::memory_order_acquire);
+}
 
 ScopedEnvironment::ScopedEnvironment(Environment environment) : previous_(currentEnvironment()) {
   setEnvironment(std::move(environment));
 }
 
-ScopedEnvironment::~ScopedEnvironment() { setEnvironment(*previous_); }
+ScopedEnvironment::~ScopedEnvironment() {
+  setEnvironment(*previous_);
+}
 
 }  // namespace norvik::platform
