@@ -328,6 +328,17 @@ std::optional<Value> fromPlist(plist_t node, std::size_t depth) {
   return std::nullopt;
 }
 
+// libplist writes a DOCTYPE line that names a vendor's DTD; readers need no DTD, so it is left out.
+void dropDoctype(Data& xml) {
+  constexpr std::string_view kDoctype = "<!DOCTYPE";
+  const std::string_view text(reinterpret_cast<const char*>(xml.data()), xml.size());
+  const std::size_t start = text.find(kDoctype);
+  const std::size_t end = text.find('\n', start);
+  if (start == std::string_view::npos || end == std::string_view::npos) return;
+  xml.erase(xml.begin() + static_cast<std::ptrdiff_t>(start),
+            xml.begin() + static_cast<std::ptrdiff_t>(end + 1));
+}
+
 }  // namespace
 
 Data encodePropertyList(const Value& value, PropertyListFormat format) {
@@ -342,6 +353,7 @@ Data encodePropertyList(const Value& value, PropertyListFormat format) {
     }
     if (!bytes) return {};
     Data data(bytes, bytes + length);
+    if (format == PropertyListFormat::XML) dropDoctype(data);
     if (format == PropertyListFormat::XML) {
       plist_to_xml_free(bytes);
     } else {

@@ -72,6 +72,8 @@ TEST(PropertyListCoding, NestedValuesRoundTripInBothFormats) {
       {"data", Data{0, 1, 0, 0xff, '<'}},
       {"when", Date(1700000000.0)},
       {"nested", Dictionary{{"empty", Array{}}, {"none", Dictionary{}}, {"\xc3\xa9", 1}}}});
+  EXPECT_EQ(bytesOf(encodePropertyList(value, PropertyListFormat::XML)).find("DOCTYPE"),
+            std::string_view::npos);
   for (auto format : kFormats) {
     const auto back = roundTrip(value, format);
     ASSERT_TRUE(back.has_value());
