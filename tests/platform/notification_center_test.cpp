@@ -173,10 +173,11 @@ TEST(NotificationCenterConcurrency, RemovalWaitsForACallOnAnotherThread) {
   NotificationCenter center;
   std::atomic<bool> removalReturned{false}, callFinished{false};
   std::atomic<int> startsAfterRemoval{0};
+  std::atomic<bool> enteredOnce{false};
   std::latch entered(1);
   ObserverToken token = center.addObserver("N", nullptr, [&](const Notification&) {
     if (removalReturned.load()) startsAfterRemoval.fetch_add(1);
-    entered.count_down();
+    if (!enteredOnce.exchange(true)) entered.count_down();
     // Widen the window in which a removal that does not wait would return too early.
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     callFinished.store(true);
