@@ -19,7 +19,7 @@ namespace {
 using detail::FormatArgumentAccess;
 
 // One parsed specifier (everything between '%' and the conversion character).
-struct Spec {
+struct Field {
   bool left = false;   // '-'
   bool plus = false;   // '+'
   bool space = false;  // ' '
@@ -140,50 +140,50 @@ void appendSpaces(std::string& out, int count) {
 }
 
 // Appends a string field: precision cuts it to that many characters, width pads it with spaces.
-void appendText(std::string& out, std::string_view text, const Spec& spec) {
-  if (spec.width < 0 && spec.precision < 0) {
+void appendText(std::string& out, std::string_view text, const Field& field) {
+  if (field.width < 0 && field.precision < 0) {
     out += text;
     return;
   }
   std::size_t end = 0;
   int characters = 0;
-  while (end < text.size() && (spec.precision < 0 || characters < spec.precision)) {
+  while (end < text.size() && (field.precision < 0 || characters < field.precision)) {
     end = nextCharacter(text, end);
     ++characters;
   }
-  const int padding = spec.width - characters;
-  if (!spec.left) appendSpaces(out, padding);
+  const int padding = field.width - characters;
+  if (!field.left) appendSpaces(out, padding);
   out += text.substr(0, end);
-  if (spec.left) appendSpaces(out, padding);
+  if (field.left) appendSpaces(out, padding);
 }
 
 // Appends an integer conversion (d i u o x X) with C's rules for flags, width and precision.
-void appendInteger(std::string& out, Integer value, const Spec& spec) {
-  const char conv = spec.conversion;
+void appendInteger(std::string& out, Integer value, const Field& field) {
+  const char conv = field.conversion;
   const bool isSigned = conv == 'd' || conv == 'i';
   std::uint64_t bits = value.bits();
   // Apply the length: the value is taken as the C type the specifier names.
-  switch (spec.length) {
-    case Spec::Length::Char:
+  switch (field.length) {
+    case Field::Length::Char:
       bits = isSigned ? static_cast<std::uint64_t>(static_cast<std::int8_t>(bits))
                       : static_cast<std::uint8_t>(bits);
       break;
-    case Spec::Length::Short:
+    case Field::Length::Short:
       bits = isSigned ? static_cast<std::uint64_t>(static_cast<std::int16_t>(bits))
                       : static_cast<std::uint16_t>(bits);
       break;
-    case Spec::Length::None:
+    case Field::Length::None:
       if (!isSigned && value.negative && value.magnitude <= 0x80000000u) {
         bits = static_cast<std::uint32_t>(bits);
       }
       break;
-    case Spec::Length::Long:
+    case Field::Length::Long:
       break;
   }
   bool negative = false;
   std::uint64_t magnitude = bits;
   if (isSigned) {
-    if (spec.length == Spec::Length::None || spec.length == Spec::Length::Long) {
+    if (field.length == Field::Length::None || field.length == Field::Length::Long) {
       negative = value.negative;  // full value, also for unsigned arguments above INT64_MAX
       magnitude = value.magnitude;
     } else {
@@ -201,28 +201,28 @@ void appendInteger(std::string& out, Integer value, const Spec& spec) {
       if (digits[k] >= 'a') digits[k] = static_cast<char>(digits[k] - 'a' + 'A');
     }
   }
-  if (spec.precision == 0 && magnitude == 0) digitCount = 0;
+  if (field.precision == 0 && magnitude == 0) digitCount = 0;
 
   std::size_t zeros = 0;
-  if (spec.precision > 0 && static_cast<std::size_t>(spec.precision) > digitCount) {
-    zeros = static_cast<std::size_t>(spec.precision) - digitCount;
+  if (field.precision > 0 && static_cast<std::size_t>(field.precision) > digitCount) {
+    zeros = static_cast<std::size_t>(field.precision) - digitCount;
   }
   std::string_view prefix;
   if (isSigned) {
-    prefix = negative ? "-" : spec.plus ? "+" : spec.space ? " " : "";
-  } else if (spec.alt) {
+    prefix = negative ? "-" : field.plus ? "+" : field.space ? " " : "";
+  } else if (field.alt) {
     if (conv == 'o' && zeros == 0 && (digitCount == 0 || digits[0] != '0')) zeros = 1;
     if (conv == 'x' && magnitude != 0) prefix = "0x";
     if (conv == 'X' && magnitude != 0) prefix = "0X";
   }
   const int length = static_cast<int>(prefix.size() + zeros + digitCount);
-  const int padding = spec.width - length;
-  if (spec.left) {
+  const int padding = field.width - length;
+  if (field.left) {
     out += prefix;
     out.append(zeros, '0');
     out.append(digits, digitCount);
     appendSpaces(out, padding);
-  } else if (spec.zero && spec.precision < 0) {
+  } else if (field.zero && field.precision < 0) {
     out += prefix;
     if (padding > 0) zeros += static_cast<std::size_t>(padding);
     out.append(zeros, '0');
@@ -237,24 +237,24 @@ void appendInteger(std::string& out, Integer value, const Spec& spec) {
 
 // Appends a real conversion through the C library; width and precision are already capped, so
 // the text has a known bound.
-void appendReal(std::string& out, double value, const Spec& spec) {
+void appendReal(std::string& out, double value, const Field& field) {
   char format[24];
   char* p = format;
   *p++ = '%';
-  if (spec.left) *p++ = '-';
-  if (spec.plus) *p++ = '+';
-  if (spec.space) *p++ = ' ';
-  if (spec.zero) *p++ = '0';
-  if (spec.alt) *p++ = '#';
+  if (field.left) *p++ = '-';
+  if (field.plus) *p++ = '+';
+  if (field.space) *p++ = ' ';
+  if (field.zero) *p++ = '0';
+  if (field.alt) *p++ = '#';
   *p++ = '*';
   *p++ = '.';
   *p++ = '*';
-  *p++ = spec.conversion;
+  *p++ = field.conversion;
   *p = '\0';
-  const int width = spec.width < 0 ? 0 : spec.width;
+  const int width = field.width < 0 ? 0 : field.width;
   // A negative precision argument means "none" to the C library.
   char buffer[256];
-  int n = std::snprintf(buffer, sizeof buffer, format, width, spec.precision, value);
+  int n = std::snprintf(buffer, sizeof buffer, format, width, field.precision, value);
   if (n < 0) return;
   if (static_cast<std::size_t>(n) < sizeof buffer) {
     out.append(buffer, static_cast<std::size_t>(n));
@@ -262,13 +262,13 @@ void appendReal(std::string& out, double value, const Spec& spec) {
   }
   const std::size_t start = out.size();
   out.resize(start + static_cast<std::size_t>(n) + 1);
-  std::snprintf(out.data() + start, static_cast<std::size_t>(n) + 1, format, width, spec.precision,
+  std::snprintf(out.data() + start, static_cast<std::size_t>(n) + 1, format, width, field.precision,
                 value);
   out.resize(start + static_cast<std::size_t>(n));
 }
 
 // Appends a code point as UTF-8; false for values that are not characters.
-bool appendCodePoint(std::string& out, Integer value, const Spec& spec) {
+bool appendCodePoint(std::string& out, Integer value, const Field& field) {
   if (value.negative || value.magnitude == 0 || value.magnitude > 0x10FFFF ||
       (value.magnitude >= 0xD800 && value.magnitude <= 0xDFFF)) {
     return false;
@@ -291,9 +291,9 @@ bool appendCodePoint(std::string& out, Integer value, const Spec& spec) {
     buffer[n++] = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
     buffer[n++] = static_cast<char>(0x80 | (c & 0x3F));
   }
-  Spec field = spec;
-  field.precision = -1;
-  appendText(out, std::string_view(buffer, n), field);
+  Field plain = field;
+  plain.precision = -1;
+  appendText(out, std::string_view(buffer, n), plain);
   return true;
 }
 
@@ -301,10 +301,10 @@ bool isDigit(char c) noexcept {
   return c >= '0' && c <= '9';
 }
 
-// Reads decimal digits at `i`. Returns the number, or kTooLarge when it exceeds
-// kMaxFormatFieldWidth (the remaining digits are still consumed).
+// What readNumber returns for a number above kMaxFormatFieldWidth.
 constexpr std::size_t kTooLarge = std::numeric_limits<std::size_t>::max();
 
+// Reads decimal digits at `i` and moves `i` past all of them. Returns the number, or kTooLarge.
 std::size_t readNumber(std::string_view format, std::size_t& i) noexcept {
   std::size_t value = 0;
   while (i < format.size() && isDigit(format[i])) {
@@ -359,19 +359,19 @@ std::optional<std::string> formatChecked(std::string_view format,
       }
     }
 
-    Spec spec;
+    Field field;
     for (; i < n; ++i) {
       const char c = format[i];
       if (c == '-') {
-        spec.left = true;
+        field.left = true;
       } else if (c == '+') {
-        spec.plus = true;
+        field.plus = true;
       } else if (c == ' ') {
-        spec.space = true;
+        field.space = true;
       } else if (c == '0') {
-        spec.zero = true;
+        field.zero = true;
       } else if (c == '#') {
-        spec.alt = true;
+        field.alt = true;
       } else {
         break;
       }
@@ -379,32 +379,32 @@ std::optional<std::string> formatChecked(std::string_view format,
     if (i < n && isDigit(format[i])) {
       const std::size_t width = readNumber(format, i);
       if (width == kTooLarge) return std::nullopt;
-      spec.width = static_cast<int>(width);
+      field.width = static_cast<int>(width);
     }
     if (i < n && format[i] == '.') {
       ++i;
       const std::size_t precision = readNumber(format, i);
       if (precision == kTooLarge) return std::nullopt;
-      spec.precision = static_cast<int>(precision);
+      field.precision = static_cast<int>(precision);
     }
     if (i < n && (format[i] == 'h' || format[i] == 'l')) {
       const char first = format[i++];
       const bool doubled = i < n && format[i] == first;
       if (doubled) ++i;
-      spec.length = first == 'l' ? Spec::Length::Long
-                    : doubled    ? Spec::Length::Char
-                                 : Spec::Length::Short;
+      field.length = first == 'l' ? Field::Length::Long
+                     : doubled    ? Field::Length::Char
+                                  : Field::Length::Short;
     } else if (i < n && (format[i] == 'L' || format[i] == 'q' || format[i] == 'z' ||
                          format[i] == 'j' || format[i] == 't')) {
       ++i;
-      spec.length = Spec::Length::Long;
+      field.length = Field::Length::Long;
     }
     if (i >= n) return std::nullopt;  // truncated specifier
-    spec.conversion = format[i++];
+    field.conversion = format[i++];
     if (argument >= args.size()) return std::nullopt;
     const FormatArgument& arg = args[argument];
 
-    switch (spec.conversion) {
+    switch (field.conversion) {
       case 'd':
       case 'i':
       case 'u':
@@ -413,12 +413,12 @@ std::optional<std::string> formatChecked(std::string_view format,
       case 'X': {
         auto value = integerOf(arg);
         if (!value) return std::nullopt;
-        appendInteger(out, *value, spec);
+        appendInteger(out, *value, field);
         break;
       }
       case 'c': {
         auto value = integerOf(arg);
-        if (!value || !appendCodePoint(out, *value, spec)) return std::nullopt;
+        if (!value || !appendCodePoint(out, *value, field)) return std::nullopt;
         break;
       }
       case 'f':
@@ -431,19 +431,19 @@ std::optional<std::string> formatChecked(std::string_view format,
       case 'A': {
         auto value = realOf(arg);
         if (!value) return std::nullopt;
-        appendReal(out, *value, spec);
+        appendReal(out, *value, field);
         break;
       }
       case 's': {
         auto text = stringOf(arg);
         if (!text) return std::nullopt;
-        appendText(out, *text, spec);
+        appendText(out, *text, field);
         break;
       }
       case '@': {
         char scratch[32];
         std::string owned;
-        appendText(out, objectText(arg, scratch, owned), spec);
+        appendText(out, objectText(arg, scratch, owned), field);
         break;
       }
       default:

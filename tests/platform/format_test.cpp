@@ -45,10 +45,10 @@ TEST(FormatTest, IntegerFieldsAgreeWithC) {
       for (const auto& p : precisions)
         for (char conv : std::string("diuoxX"))
           for (long long v : values) {
-            const std::string spec = "[%" + f + w + p + "ll" + conv + "]";
+            const std::string pattern = "[%" + f + w + p + "ll" + conv + "]";
             char expected[128];
-            std::snprintf(expected, sizeof expected, spec.c_str(), v);
-            ASSERT_EQ(fmt(spec, {v}), expected) << spec << " " << v;
+            std::snprintf(expected, sizeof expected, pattern.c_str(), v);
+            ASSERT_EQ(fmt(pattern, {v}), expected) << pattern << " " << v;
             ++compared;
           }
   EXPECT_GT(compared, 10000);

@@ -7,36 +7,36 @@
 // undefined behaviour.
 //
 // Specifiers: %[position$][flags][width][.precision][length]conversion
-//   position   `N$` with N from 1 to the number of arguments. A text uses positions everywhere or
-//              nowhere; "%1$@ %@" is a mismatch. One position may be used several times; arguments
-//              the text does not use are fine.
+//   position   `N$` with N from 1 to the number of arguments (at most kMaxFormatFieldWidth).
+//              A text uses positions everywhere or nowhere; "%1$@ %@" is a mismatch. One position
+//              may be used several times; arguments the text does not use are fine.
 //   flags      `-` left-justify, `0` pad numbers with zeros, `+` and space for the sign of signed
 //              numbers, `#` alternate form (0x prefix, leading octal 0, kept decimal point).
 //   width      minimum field width; strings and objects count characters (code points), not bytes.
 //   precision  minimum digits for integers, fraction digits for reals, maximum characters for
 //              strings and objects. `*` for width or precision is not supported (a mismatch).
 //              Widths and precisions above kMaxFormatFieldWidth are a mismatch.
-//   length     hh, h, l, ll, L, q, z, j, t are accepted everywhere. hh and h cut an integer to 8 or
-//   16
-//              bits; without a length, %u/%x/%X/%o print a negative value of 32-bit range as the
-//              32-bit pattern (as C's int), otherwise as the 64-bit pattern.
+//   length     hh, h, l, ll, L, q, z, j, t are accepted everywhere. hh and h cut an integer to
+//              8 or 16 bits; without a length, %u/%x/%X/%o print a negative value of 32-bit
+//              range as the 32-bit pattern (as C's int), otherwise as the 64-bit pattern.
 //   conversion
-//     %@           anything: a string as is, an integer or boolean in decimal ("1"/"0"), a real as
-//                  its shortest decimal text (Value::numberText), a Value as its string, its
-//                  number's decimal text or else its description(); a null argument prints
-//                  "(null)".
-//     %d %i        signed decimal; %u unsigned decimal; %x %X hexadecimal; %o octal. These accept
-//                  integers, booleans and Values holding a number (a real Value truncates toward
-//                  0).
-//     %c           an integer code point, printed as UTF-8; 0, surrogates and values beyond
-//                  U+10FFFF are a mismatch.
-//     %f %F %e %E %g %G %a %A   reals; also accept integers, booleans and Values holding a number.
-//     %s           a UTF-8 string (or a Value holding one); a null argument prints "(null)".
-//     %%           a literal percent sign (takes no argument, no flags).
+//     %@       anything: a string as is, an integer or boolean in decimal ("1"/"0"), a real as
+//              its shortest decimal text (Value::numberText), a Value as its string, its number's
+//              decimal text or else its description(); a null argument prints "(null)".
+//     %d %i    signed decimal; %u unsigned decimal; %x %X hexadecimal; %o octal. These accept
+//              integers, booleans and Values holding a number (a real Value truncates toward 0).
+//     %c       an integer code point, printed as UTF-8; 0, surrogates and values beyond
+//              U+10FFFF are a mismatch.
+//     %f %F %e %E %g %G %a %A
+//              reals; also accept integers, booleans and Values holding a number.
+//     %s       a UTF-8 string (or a Value holding one); a null argument prints "(null)".
+//     %%       a literal percent sign (takes no argument, no flags).
 // Everything else is a mismatch: a specifier with no argument (or position 0 or beyond the
 // arguments), an argument of the wrong kind (a string for %d, a real for %x), an unknown conversion
 // (%n, %p, ...), a "%" truncated at the end, and a result larger than kMaxFormatOutput bytes. Bytes
 // outside specifiers, embedded NUL and invalid UTF-8 included, are copied unchanged.
+//
+// The functions keep no state and may be called from any thread.
 
 #include <array>
 #include <concepts>
