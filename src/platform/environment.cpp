@@ -80,21 +80,25 @@ std::string localeIdentifierFromProcess() {
   return "en_US";
 }
 
+bool isKnownTimeZone(const std::string& name) {
+  icu::UnicodeString canonical;
+  UErrorCode status = U_ZERO_ERROR;
+  icu::TimeZone::getCanonicalID(icu::UnicodeString::fromUTF8(name), canonical, status);
+  return U_SUCCESS(status) && canonical != UNICODE_STRING_SIMPLE("Etc/Unknown");
+}
+
 std::string timeZoneFromProcess() {
   std::string tz = envVar("TZ");
   if (!tz.empty() && tz.front() == ':') tz.erase(0, 1);
-  if (!tz.empty() && tz.front() != '/') {
-    icu::UnicodeString id = icu::UnicodeString::fromUTF8(tz);
-    std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createTimeZone(id));
-    if (zone && *zone != icu::TimeZone::getUnknown()) return tz;
-  }
+  if (!tz.empty() && isKnownTimeZone(tz)) return tz;
+  // The host's zone (ICU reads /etc/localtime and /etc/timezone; it may also echo an unknown TZ).
   std::unique_ptr<icu::TimeZone> host(icu::TimeZone::detectHostTimeZone());
-  if (host && *host != icu::TimeZone::getUnknown()) {
+  if (host) {
     icu::UnicodeString id;
     host->getID(id);
     std::string out;
     id.toUTF8String(out);
-    if (!out.empty()) return out;
+    if (isKnownTimeZone(out)) return out;
   }
   return "UTC";
 }
