@@ -36,25 +36,15 @@ TEST(NotificationCenter, DeliversToMatchingObserversInRegistrationOrder) {
   center.post("A", &kSenderB);
   EXPECT_EQ(calls, (std::vector<std::string>{"anySender:A", "allNames:A", "allNamesFromB:A"}));
   calls.clear();
-  center.post("C");
-  EXPECT_EQ(calls, (std::vector<std::string>{"allNames:C"}));
-  calls.clear();
   center.post("");  // an empty name reaches nobody, not even the observers of every name
   EXPECT_TRUE(calls.empty());
-}
 
-TEST(NotificationCenter, CallbackSeesObjectAndUserInformation) {
-  NotificationCenter center;
-  std::vector<Notification> seen;
-  center.addObserver("N", nullptr, [&](const Notification& n) { seen.push_back(n); });
-  center.post("N", &kSenderA, Dictionary{{"kNVSceneID", Value("scene-1")}});
-  center.post("N");
-  ASSERT_EQ(seen.size(), 2u);
-  EXPECT_EQ(seen[0].object, &kSenderA);
-  ASSERT_TRUE(seen[0].userInfo.has_value());
-  EXPECT_EQ((*seen[0].userInfo)["kNVSceneID"], Value("scene-1"));
-  EXPECT_EQ(seen[1].object, nullptr);
-  EXPECT_FALSE(seen[1].userInfo.has_value());
+  std::optional<Notification> seen;
+  center.addObserver("C", nullptr, [&](const Notification& n) { seen = n; });
+  center.post("C", &kSenderA, Dictionary{{"kNVSceneID", Value("scene-1")}});
+  ASSERT_TRUE(seen && seen->userInfo);
+  EXPECT_EQ(seen->object, &kSenderA);
+  EXPECT_EQ((*seen->userInfo)["kNVSceneID"], Value("scene-1"));
 }
 
 TEST(NotificationCenter, RemovalByTokenAndByObserver) {
@@ -106,22 +96,14 @@ TEST(NotificationCenter, ChangesMadeInsideACallback) {
   calls.clear();
   center.post("N");
   EXPECT_EQ(calls, (std::vector<std::string>{"first", "added"}));
-}
 
-TEST(NotificationCenter, NestedPostsAndThrowingObservers) {
-  NotificationCenter center;
-  std::vector<std::string> calls;
-  center.addObserver("outer", nullptr, [&](const Notification&) {
-    calls.push_back("outer");
-    center.post("inner");
-  });
-  center.addObserver("inner", nullptr, [&](const Notification&) {
-    calls.push_back("inner");
-    throw std::runtime_error("observer failure");
-  });
-  center.addObserver("", nullptr, [&](const Notification& n) { calls.push_back("all:" + n.name); });
+  // A nested post completes inside the outer one; a throwing observer does not stop the others.
+  calls.clear();
+  center.addObserver("outer", nullptr, [&](const Notification&) { center.post("inner"); });
+  center.addObserver("inner", nullptr, [](const Notification&) { throw std::runtime_error("x"); });
+  center.addObserver("", nullptr, [&](const Notification& n) { calls.push_back(n.name); });
   center.post("outer");
-  EXPECT_EQ(calls, (std::vector<std::string>{"outer", "inner", "all:inner", "all:outer"}));
+  EXPECT_EQ(calls, (std::vector<std::string>{"inner", "outer"}));
 }
 
 TEST(NotificationCenter, ScopedObserverRemovesWhenDestroyed) {
@@ -134,18 +116,12 @@ TEST(NotificationCenter, ScopedObserverRemovesWhenDestroyed) {
       moved = std::move(scoped);
     }
     center.post("N");
-    EXPECT_EQ(count, 1);
   }
   center.post("N");
   EXPECT_EQ(count, 1);
-  EXPECT_EQ(center.observerCount(), 0u);
-
-  ScopedObserver kept(center, center.addObserver("N", nullptr, [&](auto&) { ++count; }));
-  ObserverToken token = kept.release();
-  kept.reset();
-  EXPECT_EQ(center.observerCount(), 1u);
-  EXPECT_TRUE(center.removeObserver(token));
-  EXPECT_EQ(&NotificationCenter::defaultCenter(), &NotificationCenter::defaultCenter());
+  ObserverToken kept =
+      ScopedObserver(center, center.addObserver("N", nullptr, [](auto&) {})).release();
+  EXPECT_TRUE(center.removeObserver(kept));
 }
 
 TEST(NotificationCenterConcurrency, ChangesFromAnotherThreadDuringAPost) {

@@ -29,73 +29,44 @@ unsigned modeOf(const std::string& path) {
 }
 
 TEST(NVFileUtils, DocumentDirectoryPathIsNormalisedAndItsURLEncoded) {
-  {
-    ScopedEnvironment scope(withDirectories("/srv/x/./My Docs#1/old/../été?/", ""));
-    EXPECT_EQ(NVFileUtils::documentDirectoryPath(), "/srv/x/My Docs#1/été?");
-    EXPECT_EQ(NVFileUtils::documentDirectoryURL(), "file:///srv/x/My%20Docs%231/%C3%A9t%C3%A9%3F/");
-  }
-  {
-    ScopedEnvironment scope(withDirectories("/", ""));
-    EXPECT_EQ(NVFileUtils::documentDirectoryPath(), "/");
-    EXPECT_EQ(NVFileUtils::documentDirectoryURL(), "file:///");
-  }
-  {
-    ScopedEnvironment scope(withDirectories("", ""));
-    EXPECT_EQ(NVFileUtils::documentDirectoryPath(), "");
-    EXPECT_EQ(NVFileUtils::documentDirectoryURL(), "");
-  }
-  {
-    ScopedEnvironment scope(withDirectories("relative/docs", ""));
-    EXPECT_EQ(NVFileUtils::documentDirectoryPath(),
-              (std::filesystem::current_path() / "relative/docs").string());
-  }
-}
-
-TEST(NVFileUtils, LeadingTildeIsExpanded) {
-  {
-    ScopedEnvironment scope(withDirectories("~/Documents", ""));
-    EXPECT_EQ(NVFileUtils::documentDirectoryPath(), std::string(g_get_home_dir()) + "/Documents");
+  const std::pair<std::string, std::string> cases[] = {
+      {"/srv/x/./My Docs#1/old/../été?/", "/srv/x/My Docs#1/été?"},
+      {"/", "/"},
+      {"", ""},
+      {"~/Documents", std::string(g_get_home_dir()) + "/Documents"},
+      {"relative/docs", (std::filesystem::current_path() / "relative/docs").string()},
+      // An unknown user is not expanded; the text is then a relative path.
+      {"~no-such-user-here/D", (std::filesystem::current_path() / "~no-such-user-here/D").string()},
+  };
+  for (const auto& [documents, path] : cases) {
+    ScopedEnvironment scope(withDirectories(documents, ""));
+    EXPECT_EQ(NVFileUtils::documentDirectoryPath(), path) << documents;
   }
   if (const passwd* root = getpwnam("root"); root != nullptr) {
     ScopedEnvironment scope(withDirectories("~root/Docs", ""));
     EXPECT_EQ(NVFileUtils::documentDirectoryPath(), std::string(root->pw_dir) + "/Docs");
   }
-  {
-    // An unknown user is not expanded; the text is then a relative path.
-    ScopedEnvironment scope(withDirectories("~no-such-user-here/Docs", ""));
-    EXPECT_EQ(NVFileUtils::documentDirectoryPath(),
-              (std::filesystem::current_path() / "~no-such-user-here/Docs").string());
-  }
+  ScopedEnvironment scope(withDirectories(cases[0].first, ""));
+  EXPECT_EQ(NVFileUtils::documentDirectoryURL(), "file:///srv/x/My%20Docs%231/%C3%A9t%C3%A9%3F/");
+  ScopedEnvironment root(withDirectories("/", ""));
+  EXPECT_EQ(NVFileUtils::documentDirectoryURL(), "file:///");
+  ScopedEnvironment none(withDirectories("", ""));
+  EXPECT_EQ(NVFileUtils::documentDirectoryURL(), "");
 }
 
-TEST(NVFileUtils, GroupContainerIsCreatedPrivateWhenMissing) {
+TEST(NVFileUtils, GroupContainerIsCreatedPrivateWhenMissingAndAbsentWhenUnavailable) {
   testing::TempDir dir;
   const std::string container = dir.file("outer dir/group");
-  ScopedEnvironment scope(withDirectories("", container + "/"));
-  std::optional<std::string> url = NVFileUtils::groupContainerDirectoryURL();
-  ASSERT_TRUE(url.has_value());
-  EXPECT_EQ(*url, "file://" + dir.path() + "/outer%20dir/group/");
-  EXPECT_EQ(NVFileUtils::groupContainerDirectoryPath(), container);
-  EXPECT_EQ(modeOf(container), 0700u);
-  EXPECT_EQ(modeOf(dir.file("outer dir")), 0700u);
-
-  // An existing directory is used as it is, its contents kept.
-  std::ofstream(container + "/keep") << "x";
-  chmod(container.c_str(), 0750);
-  EXPECT_EQ(NVFileUtils::groupContainerDirectoryPath(), container);
-  EXPECT_EQ(modeOf(container), 0750u);
-  EXPECT_TRUE(std::filesystem::exists(container + "/keep"));
-}
-
-TEST(NVFileUtils, GroupContainerAbsentWhenUnavailable) {
   {
-    ScopedEnvironment scope(withDirectories("/docs", ""));
-    EXPECT_FALSE(NVFileUtils::groupContainerDirectoryURL().has_value());
-    EXPECT_FALSE(NVFileUtils::groupContainerDirectoryPath().has_value());
+    ScopedEnvironment scope(withDirectories("", container + "/"));
+    EXPECT_EQ(NVFileUtils::groupContainerDirectoryURL(),
+              "file://" + dir.path() + "/outer%20dir/group/");
+    EXPECT_EQ(NVFileUtils::groupContainerDirectoryPath(), container);
+    EXPECT_EQ(modeOf(container), 0700u);
+    EXPECT_EQ(modeOf(dir.file("outer dir")), 0700u);
   }
-  testing::TempDir dir;
   std::ofstream(dir.file("plain")) << "not a directory";
-  for (const std::string& place : {dir.file("plain"), dir.file("plain/group")}) {
+  for (const std::string& place : {std::string(), dir.file("plain"), dir.file("plain/group")}) {
     ScopedEnvironment scope(withDirectories("/docs", place));
     EXPECT_FALSE(NVFileUtils::groupContainerDirectoryURL().has_value()) << place;
     EXPECT_FALSE(NVFileUtils::groupContainerDirectoryPath().has_value()) << place;
