@@ -49,7 +49,8 @@ platform::Environment baseEnvironment() {
     env.appGroupContainerDirectory = sharedContainer();
   }
   const char* datadir = std::getenv("NORVIK_TEST_DATADIR");
-  env.mainBundlePath = datadir ? std::string(datadir) + "/MainBundle" : std::string();
+  if (!datadir || !*datadir) datadir = NORVIK_TEST_DATADIR_DEFAULT;
+  env.mainBundlePath = std::string(datadir) + "/MainBundle";
   env.documentsDirectory = env.appGroupContainerDirectory + "/Documents";
   return env;
 }
