@@ -80,21 +80,25 @@ std::string localeIdentifierFromProcess() {
   return "en_US";
 }
 
+bool isKnownTimeZone(const std::string& name) {
+  icu::UnicodeString canonical;
+  UErrorCode status = U_ZERO_ERROR;
+  icu::TimeZone::getCanonicalID(icu::UnicodeString::fromUTF8(name), canonical, status);
+  return U_SUCCESS(status) && canonical != UNICODE_STRING_SIMPLE("Etc/Unknown");
+}
+
 std::string timeZoneFromProcess() {
   std::string tz = envVar("TZ");
   if (!tz.empty() && tz.front() == ':') tz.erase(0, 1);
-  if (!tz.empty() && tz.front() != '/') {
-    icu::UnicodeString id = icu::UnicodeString::fromUTF8(tz);
-    std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createTimeZone(id));
-    if (zone && *zone != icu::TimeZone::getUnknown()) return tz;
-  }
+  if (!tz.empty() && isKnownTimeZone(tz)) return tz;
+  // The host's zone (ICU reads /etc/localtime and /etc/timezone; it may also echo an unknown TZ).
   std::unique_ptr<icu::TimeZone> host(icu::TimeZone::detectHostTimeZone());
-  if (host && *host != icu::TimeZone::getUnknown()) {
+  if (host) {
     icu::UnicodeString id;
     host->getID(id);
     std::string out;
     id.toUTF8String(out);
-    if (!out.empty()) return out;
+    if (isKnownTimeZone(out)) return out;
   }
   return "UTC";
 }
@@ -155,7 +159,8 @@ std::string mainBundleFromProcess() {
   std::string dir = executableDirectory();
 #ifdef NORVIK_INSTALL_DATADIR_REL
   if (!dir.empty()) {
-    auto candidate = std::filesystem::path(dir).parent_path() / NORVIK_INSTALL_DATADIR_REL / "MainBundle";
+    auto candidate =
+        std::filesystem::path(dir).parent_path() / NORVIK_INSTALL_DATADIR_REL / "MainBundle";
     return candidate.lexically_normal().string();
   }
 #endif
@@ -194,9 +199,13 @@ double systemClockSeconds() {
   return std::chrono::duration<double>(now).count();
 }
 
-Date Date::now() { return Date(currentEnvironment()->nowSeconds()); }
+Date Date::now() {
+  return Date(currentEnvironment()->nowSeconds());
+}
 
-double Environment::nowSeconds() const { return clock ? clock() : systemClockSeconds(); }
+double Environment::nowSeconds() const {
+  return clock ? clock() : systemClockSeconds();
+}
 
 std::string languageTagFromPosixLocale(std::string_view posixName) {
   std::string name(posixName);
@@ -209,8 +218,8 @@ std::string languageTagFromPosixLocale(std::string_view posixName) {
   if (auto dot = name.find('.'); dot != std::string::npos) name.erase(dot);
   if (name.empty() || name == "C" || name == "POSIX") return {};
   for (char c : name) {
-    bool ok = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-              c == '-';
+    bool ok = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+              c == '_' || c == '-';
     if (!ok) return {};
   }
   UErrorCode status = U_ZERO_ERROR;
@@ -276,12 +285,16 @@ void modifyEnvironment(const std::function<void(Environment&)>& change) {
   s.generation.fetch_add(1, std::memory_order_acq_rel);
 }
 
-std::uint64_t environmentGeneration() { return state().generation.load(std::memory_order_acquire); }
+std::uint64_t environmentGeneration() {
+  return state().generation.load(std::memory_order_acquire);
+}
 
 ScopedEnvironment::ScopedEnvironment(Environment environment) : previous_(currentEnvironment()) {
   setEnvironment(std::move(environment));
 }
 
-ScopedEnvironment::~ScopedEnvironment() { setEnvironment(*previous_); }
+ScopedEnvironment::~ScopedEnvironment() {
+  setEnvironment(*previous_);
+}
 
 }  // namespace norvik::platform

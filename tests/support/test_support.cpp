@@ -49,7 +49,8 @@ platform::Environment baseEnvironment() {
     env.appGroupContainerDirectory = sharedContainer();
   }
   const char* datadir = std::getenv("NORVIK_TEST_DATADIR");
-  env.mainBundlePath = datadir ? std::string(datadir) + "/MainBundle" : std::string();
+  if (!datadir || !*datadir) datadir = NORVIK_TEST_DATADIR_DEFAULT;
+  env.mainBundlePath = std::string(datadir) + "/MainBundle";
   env.documentsDirectory = env.appGroupContainerDirectory + "/Documents";
   return env;
 }
@@ -65,7 +66,9 @@ void installBaseEnvironment(const char* argv0) {
   platform::setEnvironment(baseEnvironment());
 }
 
-const std::string& testBinaryPath() { return binaryPath(); }
+const std::string& testBinaryPath() {
+  return binaryPath();
+}
 
 std::string childRole() {
   const char* role = std::getenv("NORVIK_TEST_CHILD_ROLE");
@@ -79,8 +82,8 @@ int runChildTest(const std::string& testName, const std::map<std::string, std::s
   if (pid == 0) {
     for (const auto& [key, value] : env) setenv(key.c_str(), value.c_str(), 1);
     std::string filter = "--gtest_filter=" + testName;
-    execl(binaryPath().c_str(), binaryPath().c_str(), filter.c_str(), "--gtest_also_run_disabled_tests",
-          static_cast<char*>(nullptr));
+    execl(binaryPath().c_str(), binaryPath().c_str(), filter.c_str(),
+          "--gtest_also_run_disabled_tests", static_cast<char*>(nullptr));
     _exit(127);
   }
   auto deadline = std::chrono::steady_clock::now() +

@@ -34,9 +34,9 @@ void installBaseEnvironment(const char* argv0);
 // Path of the running test binary.
 const std::string& testBinaryPath();
 
-// Runs this test binary again with only the named test ("Suite.Name") and the given extra environment
-// variables, waits at most `timeoutSeconds`, and returns its exit status (-1 on timeout or failure to
-// start). A test that acts as the child checks childRole() first.
+// Runs this test binary again with only the named test ("Suite.Name") and the given extra
+// environment variables, waits at most `timeoutSeconds`, and returns its exit status (-1 on timeout
+// or failure to start). A test that acts as the child checks childRole() first.
 int runChildTest(const std::string& testName, const std::map<std::string, std::string>& env,
                  double timeoutSeconds = 30.0);
 

@@ -1,6 +1,58 @@
+// norvik: the library's main job on a terminal.
 #include <iostream>
 
-int main() {
-  std::cout << "norvik\n";
-  return 0;
+#include "cli.h"
+#include "norvik/platform/environment.h"
+
+namespace {
+
+// Applies the global options to the library's environment before any command runs.
+void applyGlobalOptions(const norvik::cli::GlobalOptions& options) {
+  norvik::platform::modifyEnvironment([&](norvik::platform::Environment& env) {
+    if (!options.appGroupDir.empty()) env.appGroupContainerDirectory = options.appGroupDir;
+    if (!options.bundle.empty()) env.mainBundlePath = options.bundle;
+    if (!options.timeZone.empty()) env.timeZoneIdentifier = options.timeZone;
+  });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  using namespace norvik::cli;
+  CLI::App app{
+      "norvik: recurrence texts, lunar and other calendars, and the shared settings of "
+      "the task-and-calendar application"};
+  app.name("norvik");
+  GlobalOptions options;
+  app.add_flag("--json", options.json, "Machine-readable JSON output");
+  app.add_option("--app-group-dir", options.appGroupDir,
+                 "Application-group container directory (default: NORVIK_APP_GROUP_DIR, else "
+                 "$XDG_DATA_HOME/<group>)");
+  app.add_option("--bundle", options.bundle, "Main bundle directory (default: NORVIK_MAIN_BUNDLE)");
+  app.add_option("--time-zone", options.timeZone, "Time zone identifier, e.g. Asia/Shanghai");
+  app.add_option("--lang", options.lang, "Interface language code to choose before the command");
+  app.require_subcommand(0, 1);
+
+  Action action;
+  // addDefaultsCommand(app, options, action);
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    // Help on any level arrives here as a "successful" parse error and is printed by exit().
+    if (e.get_exit_code() == 0) return app.exit(e);
+    std::cerr << "norvik: " << e.what() << " (see norvik --help)\n";
+    return 2;
+  }
+
+  try {
+    applyGlobalOptions(options);
+    return action ? action() : runOverview(options);
+  } catch (const UsageError& e) {
+    std::cerr << "norvik: " << e.what() << "\n";
+    return 2;
+  } catch (const std::exception& e) {
+    std::cerr << "norvik: " << e.what() << "\n";
+    return 1;
+  }
 }

@@ -97,9 +97,9 @@ class Value {
   std::string description() const;
 
  private:
-  using Storage = std::variant<std::monostate, bool, std::int64_t, double, std::string, Date,
-                               std::shared_ptr<Data>, std::shared_ptr<Array>,
-                               std::shared_ptr<Dictionary>>;
+  using Storage =
+      std::variant<std::monostate, bool, std::int64_t, double, std::string, Date,
+                   std::shared_ptr<Data>, std::shared_ptr<Array>, std::shared_ptr<Dictionary>>;
   Storage storage_;
 };
 

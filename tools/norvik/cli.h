@@ -1,0 +1,44 @@
+#pragma once
+// Shared pieces of the norvik program: global options, output helpers and the registration
+// functions of the subcommands (one source file each).
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "norvik/platform/value.h"
+
+namespace norvik::cli {
+
+struct GlobalOptions {
+  bool json = false;
+  std::string appGroupDir;
+  std::string bundle;
+  std::string timeZone;
+  std::string lang;
+};
+
+// Raised by a command for input that passes parsing but makes no sense (exit status 2).
+struct UsageError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// Converts a Value to JSON for --json output (dates as seconds since 1970, data as base64).
+nlohmann::json toJSON(const platform::Value& value);
+
+// Plain text of a value for people: strings as they are, numbers as their text, other values in
+// JSON form.
+std::string plainText(const platform::Value& value);
+
+// Prints a JSON document on standard output, one line.
+void printJSON(const nlohmann::json& document);
+
+// Each subcommand registers itself and sets `run` to the action to take when it is chosen.
+using Action = std::function<int()>;
+void addDefaultsCommand(CLI::App& app, const GlobalOptions& options, Action& run);
+
+// The main job: this month and example rule descriptions.
+int runOverview(const GlobalOptions& options);
+
+}  // namespace norvik::cli
