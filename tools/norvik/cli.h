@@ -34,9 +34,17 @@ std::string plainText(const platform::Value& value);
 // Prints a JSON document on standard output, one line.
 void printJSON(const nlohmann::json& document);
 
-// Each subcommand registers itself and sets `run` to the action to take when it is chosen.
+// The action a chosen subcommand runs; it returns the exit status.
 using Action = std::function<int()>;
-void addDefaultsCommand(CLI::App& app, const GlobalOptions& options, Action& run);
+
+// A subcommand adds itself to the program with a static CommandRegistration in its own source
+// file: the function adds the subcommand to `app` and, from the subcommand's callback, sets `run`.
+using CommandAdder = void (*)(CLI::App& app, const GlobalOptions& options, Action& run);
+struct CommandRegistration {
+  explicit CommandRegistration(CommandAdder adder);
+};
+// Adds every registered subcommand to the program.
+void addRegisteredCommands(CLI::App& app, const GlobalOptions& options, Action& run);
 
 // The main job: this month and example rule descriptions.
 int runOverview(const GlobalOptions& options);

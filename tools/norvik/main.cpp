@@ -1,5 +1,6 @@
 // norvik: the library's main job on a terminal.
 #include <iostream>
+#include <vector>
 
 #include "cli.h"
 #include "norvik/platform/environment.h"
@@ -16,6 +17,21 @@ void applyGlobalOptions(const norvik::cli::GlobalOptions& options) {
 }
 
 }  // namespace
+
+namespace norvik::cli {
+namespace {
+std::vector<CommandAdder>& registry() {
+  static std::vector<CommandAdder> adders;
+  return adders;
+}
+}  // namespace
+
+CommandRegistration::CommandRegistration(CommandAdder adder) { registry().push_back(adder); }
+
+void addRegisteredCommands(CLI::App& app, const GlobalOptions& options, Action& run) {
+  for (CommandAdder adder : registry()) adder(app, options, run);
+}
+}  // namespace norvik::cli
 
 int main(int argc, char** argv) {
   using namespace norvik::cli;
@@ -34,7 +50,7 @@ int main(int argc, char** argv) {
   app.require_subcommand(0, 1);
 
   Action action;
-  // addDefaultsCommand(app, options, action);
+  addRegisteredCommands(app, options, action);
 
   try {
     app.parse(argc, argv);
