@@ -103,6 +103,8 @@ TEST(DISABLED_UserDefaultsChild, Run) {
     EXPECT_EQ(defaults.stringForKey("mine"), "parent");
     EXPECT_EQ(defaults.integerForKey("shared"), 2);
     EXPECT_TRUE(defaults.objectForKey("gone").isNull());
+  } else if (role == "write-without-synchronize") {
+    defaults.setObject(Value("at exit"), "unsynchronized");  // written when the process exits
   } else if (role == "write-many") {
     for (int i = 0; i < 300; ++i) {
       defaults.setObject(Value(std::string(100, 'a' + i % 26)), "key" + std::to_string(i));
@@ -241,6 +243,25 @@ TEST_F(UserDefaultsTest, ProcessesSeeEachOthersSynchronizedWrites) {
   defaults.removeObjectForKey("gone");
   ASSERT_TRUE(defaults.synchronize());
   EXPECT_TRUE(runChild("expect-parent-values"));
+}
+
+TEST_F(UserDefaultsTest, BufferedWritesAreSavedWhenTheProcessExits) {
+  ASSERT_TRUE(runChild("write-without-synchronize"));
+  EXPECT_EQ(UserDefaults(kSuite).stringForKey("unsynchronized"), "at exit");
+}
+
+TEST_F(UserDefaultsTest, RemovedContainerIsMadeAgain) {
+  UserDefaults defaults(kSuite);
+  defaults.setInteger(1, "old");
+  ASSERT_TRUE(defaults.synchronize());
+  fs::remove_all(container());
+
+  UserDefaults again(kSuite);
+  EXPECT_TRUE(again.objectForKey("old").isNull());
+  again.setInteger(2, "new");
+  ASSERT_TRUE(again.synchronize());
+  EXPECT_TRUE(fs::exists(databasePath()));
+  EXPECT_EQ(defaults.integerForKey("new"), 2);
 }
 
 TEST_F(UserDefaultsTest, DamagedDatabaseIsSetAsideAndReplaced) {
