@@ -31,13 +31,10 @@ std::string realText(double d) {
     std::snprintf(buf, sizeof buf, "%.0f", d);
     return buf;
   }
-  // %.17g always reads back exactly; try shorter precisions first for the shortest such text.
+  // Shortest round-trip digits; to_chars chooses between fixed and exponent notation.
   char buf[40];
-  for (int precision = 15; precision <= 17; ++precision) {
-    std::snprintf(buf, sizeof buf, "%.*g", precision, d);
-    if (std::strtod(buf, nullptr) == d) break;
-  }
-  return buf;
+  auto result = std::to_chars(buf, buf + sizeof buf, d);
+  return std::string(buf, result.ptr);
 }
 
 void appendQuoted(std::string& out, const std::string& s) {
@@ -129,6 +126,25 @@ void describe(const Value& v, std::string& out, int indent) {
       break;
     }
   }
+}
+
+// Whether a real is exactly the given integer. Comparing through a double conversion would make
+// 2^53 + 1 equal to 2^53 as a real, and the real equal to 2^53: equality would stop being
+// transitive.
+bool realEqualsInteger(double d, std::int64_t i) noexcept {
+  if (!(d >= -kTwoTo63 && d < kTwoTo63) || std::trunc(d) != d) return false;
+  return static_cast<std::int64_t>(d) == i;
+}
+
+bool numbersEqual(const Value& a, const Value& b) noexcept {
+  const auto* ai = a.type() == Value::Type::Real ? nullptr : &a;
+  const auto* bi = b.type() == Value::Type::Real ? nullptr : &b;
+  if (ai && bi) return *a.int64Value() == *b.int64Value();
+  if (ai) return realEqualsInteger(*b.doubleValue(), *a.int64Value());
+  if (bi) return realEqualsInteger(*a.doubleValue(), *b.int64Value());
+  const double x = *a.doubleValue();
+  const double y = *b.doubleValue();
+  return x == y || (std::isnan(x) && std::isnan(y));  // NaN equals NaN, as containers need
 }
 
 std::size_t combine(std::size_t seed, std::size_t h) noexcept {
@@ -259,13 +275,8 @@ const Value& Value::operator[](std::size_t index) const noexcept {
 }
 
 bool operator==(const Value& a, const Value& b) noexcept {
-  if (a.isNumber() && b.isNumber()) {
-    // Integers compare exactly; a real against an integer compares as the platform does, by value.
-    auto ai = std::get_if<std::int64_t>(&a.storage_);
-    auto bi = std::get_if<std::int64_t>(&b.storage_);
-    if (ai && bi) return *ai == *bi;
-    return *a.doubleValue() == *b.doubleValue();
-  }
+  // Booleans, integers and reals compare by exact numeric value, whatever their kinds.
+  if (a.isNumber() && b.isNumber()) return numbersEqual(a, b);
   if (a.type() != b.type()) return false;
   switch (a.type()) {
     case Value::Type::Null:
@@ -293,9 +304,10 @@ std::size_t Value::hash() const noexcept {
     case Type::Integer:
     case Type::Real: {
       // Equal numbers of different kinds must hash alike: hash integral values as integers.
+      if (type() != Type::Real) return std::hash<std::int64_t>{}(*int64Value());
       double d = *doubleValue();
-      if (auto i = std::get_if<std::int64_t>(&storage_)) return std::hash<std::int64_t>{}(*i);
-      if (std::trunc(d) == d && std::fabs(d) < kTwoTo63) {
+      if (std::isnan(d)) return 0x7ff8;
+      if (std::trunc(d) == d && d >= -kTwoTo63 && d < kTwoTo63) {
         return std::hash<std::int64_t>{}(static_cast<std::int64_t>(d));
       }
       return std::hash<double>{}(d);
