@@ -179,7 +179,21 @@ void UserDefaults::setObject(const Value& value, std::string_view key) {
     return;
   }
   try {
-    store_->set(key, value);
+    if (value.isArray() || value.isDictionary()) {
+      // Hold a container as the other processes will read it back from its property-list form,
+      // so that every process sees the same value.
+      Data bytes = encodePropertyList(value, PropertyListFormat::Binary);
+      auto stored = decodePropertyList(
+          std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+      if (!stored) {
+        logProblem(suiteName_, "refusing to store a value without a property-list form under \"" +
+                                   std::string(key) + "\"");
+        return;
+      }
+      store_->set(key, std::move(*stored));
+    } else {
+      store_->set(key, value);
+    }
   } catch (const std::exception& e) {
     logProblem(suiteName_, e.what());
   }

@@ -103,6 +103,9 @@ TEST(DISABLED_UserDefaultsChild, Run) {
     EXPECT_EQ(defaults.stringForKey("mine"), "parent");
     EXPECT_EQ(defaults.integerForKey("shared"), 2);
     EXPECT_TRUE(defaults.objectForKey("gone").isNull());
+  } else if (role == "copy-container") {
+    defaults.setObject(defaults.objectForKey("container"), "container.copy");
+    ASSERT_TRUE(defaults.synchronize());
   } else if (role == "write-without-synchronize") {
     defaults.setObject(Value("at exit"), "unsynchronized");  // written when the process exits
   } else if (role == "write-many") {
@@ -132,6 +135,21 @@ TEST_F(UserDefaultsTest, EveryTypeRoundTripsThroughTheDatabaseOfAnotherProcess) 
   Dictionary expected = sampleValues();
   expected.emplace("nan", Value(0.0));
   EXPECT_EQ(mine.dictionaryRepresentation().size(), expected.size());
+}
+
+TEST_F(UserDefaultsTest, ContainersReadTheSameInEveryProcess) {
+  // Values the property-list form cannot keep exactly: a date beyond 2069 and a string with a NUL.
+  Date far(4102444800.123456789);  // 2100-01-01
+  Value container(Array{Value(far), Value(std::string("a\0b", 3)), Value(Dictionary{})});
+  UserDefaults defaults(kSuite);
+  defaults.setObject(container, "container");
+  defaults.setObject(Value(far), "date");
+  ASSERT_TRUE(defaults.synchronize());
+  Value heldHere = defaults.objectForKey("container");
+
+  ASSERT_TRUE(runChild("copy-container"));
+  EXPECT_EQ(defaults.objectForKey("container.copy"), heldHere);
+  EXPECT_EQ(defaults.dateForKey("date"), far);  // a date of its own is kept exactly
 }
 
 TEST_F(UserDefaultsTest, HandlesOfOneProcessSeeWritesAtOnce) {

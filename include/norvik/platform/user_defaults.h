@@ -49,9 +49,12 @@ class UserDefaults {
   // The value stored under `key`; the null object when there is none.
   Value objectForKey(std::string_view key) const;
 
-  // Stores `value` under `key`; the null object removes the key. An array or dictionary that holds
-  // the null object anywhere has no stored form: it is refused with a message on standard error and
-  // the stored value is left as it was.
+  // Stores `value` under `key`; the null object removes the key. Scalars, strings and dates are
+  // kept exactly; an array or dictionary is kept as its binary property list, and from then on
+  // reads (in this process too) give it as that form reads back: strings inside end at a NUL byte
+  // and dates inside keep microseconds within 1932-2069. An array or dictionary that holds the null
+  // object anywhere has no stored form: it is refused with a message on standard error and the
+  // stored value is left as it was.
   void setObject(const Value& value, std::string_view key);
   void removeObjectForKey(std::string_view key);
 
