@@ -26,7 +26,9 @@ std::vector<CommandAdder>& registry() {
 }
 }  // namespace
 
-CommandRegistration::CommandRegistration(CommandAdder adder) { registry().push_back(adder); }
+CommandRegistration::CommandRegistration(CommandAdder adder) {
+  registry().push_back(adder);
+}
 
 void addRegisteredCommands(CLI::App& app, const GlobalOptions& options, Action& run) {
   for (CommandAdder adder : registry()) adder(app, options, run);

@@ -69,6 +69,7 @@ nlohmann::json toJSON(const platform::Value& value) {
 std::string plainText(const platform::Value& value) {
   if (value.isString() || value.isNumber()) return *value.numberText();
   if (value.isNull()) return "(null)";
+  if (value.date()) return value.description();
   return toJSON(value).dump();
 }
 
