@@ -339,9 +339,13 @@ bool OperationQueue::addOperation(const std::shared_ptr<Operation>& operation) {
         if (change != KeyValueChange::didChange) return;
         if (auto state = weak.lock()) state->operationChanged(op, key);
       });
-  std::lock_guard lock(state_->mutex);
-  state_->entries.push_back({operation, observer, false});
-  state_->schedule();
+  {
+    std::lock_guard lock(state_->mutex);
+    state_->entries.push_back({operation, observer, false});
+    state_->schedule();
+  }
+  // Finished (by a cancel() on another thread) before its entry existed: leave at once.
+  if (operation->isFinished()) state_->retire(*operation);
   return true;
 }
 

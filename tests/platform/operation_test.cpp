@@ -152,7 +152,11 @@ class LaterOperation : public Operation {
     int seen = peak_.load();
     while (now > seen && !peak_.compare_exchange_weak(seen, now)) {
     }
+    // The thread takes the mutex first, so it cannot finish (and let the queue release this
+    // operation) before thread_ is assigned.
+    std::lock_guard lock(mutex_);
     thread_ = std::thread([this] {
+      { std::lock_guard wait(mutex_); }
       std::this_thread::yield();
       --running_;
       willChangeValueForKey("isFinished");
@@ -167,6 +171,7 @@ class LaterOperation : public Operation {
   std::atomic<int>& running_;
   std::atomic<int>& peak_;
   std::atomic<int> state_{0};
+  std::mutex mutex_;
   std::thread thread_;
 };
 

@@ -87,7 +87,11 @@ class BackgroundOperation : public NVAsyncOperation {
     if (worker_.joinable()) worker_.join();
   }
   void main() override {
+    // The thread takes the mutex first, so it cannot finish (and let the queue release this
+    // operation) before worker_ is assigned.
+    std::lock_guard lock(mutex_);
     worker_ = std::thread([this] {
+      { std::lock_guard wait(mutex_); }
       std::this_thread::yield();
       ++completed_;
       setState(State::finished);
@@ -96,6 +100,7 @@ class BackgroundOperation : public NVAsyncOperation {
 
  private:
   std::atomic<int>& completed_;
+  std::mutex mutex_;
   std::thread worker_;
 };
 
