@@ -162,6 +162,9 @@ void Operation::willChangeValueForKey(std::string_view key) {
 }
 
 void Operation::didChangeValueForKey(std::string_view key) {
+  // A queue lets go of an operation when it hears that it finished; keep it alive until the
+  // announcement is over.
+  std::shared_ptr<Operation> self = weak_from_this().lock();
   announce(key, KeyValueChange::didChange);
   if (key != kIsFinished || !isFinished()) return;
 

@@ -14,7 +14,9 @@
 // and didChangeValueForKey(); its queue counts it as running until it announces that it finished.
 //
 // Threads: every member function may be called from any thread. Observers and completion blocks
-// run on the thread that made the change, with no lock of the operation held.
+// run on the thread that made the change, with no lock of the operation held. A queue releases an
+// operation once it hears that the operation finished: code that goes on using an operation after
+// announcing its end holds a shared pointer to it (shared_from_this()) first.
 
 #include <atomic>
 #include <condition_variable>
