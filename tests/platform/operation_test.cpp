@@ -139,7 +139,12 @@ class LaterOperation : public Operation {
   explicit LaterOperation(std::atomic<int>& running, std::atomic<int>& peak)
       : running_(running), peak_(peak) {}
   ~LaterOperation() override {
-    if (thread_.joinable()) thread_.join();
+    // The last reference may go with the thread's own finishing announcement.
+    if (thread_.get_id() == std::this_thread::get_id()) {
+      thread_.detach();
+    } else if (thread_.joinable()) {
+      thread_.join();
+    }
   }
   bool isAsynchronous() const override { return true; }
   bool isExecuting() const override { return state_.load() == 1; }

@@ -84,7 +84,12 @@ class BackgroundOperation : public NVAsyncOperation {
  public:
   explicit BackgroundOperation(std::atomic<int>& completed) : completed_(completed) {}
   ~BackgroundOperation() override {
-    if (worker_.joinable()) worker_.join();
+    // The last reference may go with the thread's own finishing announcement.
+    if (worker_.get_id() == std::this_thread::get_id()) {
+      worker_.detach();
+    } else if (worker_.joinable()) {
+      worker_.join();
+    }
   }
   void main() override {
     // The thread takes the mutex first, so it cannot finish (and let the queue release this
