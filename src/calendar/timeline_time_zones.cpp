@@ -84,6 +84,15 @@ bool readItems(const Dictionary& dictionary, std::string_view key,
 
 }  // namespace
 
+NVTimelineTimeZoneItem::NVTimelineTimeZoneItem(std::optional<std::string> label,
+                                               std::optional<std::string> timeZone)
+    : label(std::move(label)), timeZone(std::move(timeZone)) {}
+
+NVTimelineTimeZones::NVTimelineTimeZones(std::optional<bool> enabled,
+                                         std::optional<ItemList> current,
+                                         std::optional<ItemList> additional)
+    : enabled(enabled), current(std::move(current)), additional(std::move(additional)) {}
+
 std::size_t NVTimelineTimeZoneItem::hash() const {
   return hashOf(label) * 31 + hashOf(timeZone);
 }
