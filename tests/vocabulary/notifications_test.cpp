@@ -17,74 +17,13 @@ using platform::Notification;
 using platform::NotificationCenter;
 using testing::ThreadLoop;
 
-TEST(NotificationNames, EveryValueIsItsOwnNameExceptTheProjectChangeName) {
-#define NV_NAME(name) std::pair<std::string_view, std::string_view>(#name, name)
-  const std::vector<std::pair<std::string_view, std::string_view>> names = {
-      NV_NAME(NVAnnualReportBannerNeedCloseNotification),
-      NV_NAME(NVAnnualReportSuccessfullySharedNotification),
-      NV_NAME(NVAppUnlockedNotification),
-      NV_NAME(NVCalendarBindAuthorizationSuccessNotification),
-      NV_NAME(NVCalendarConfigDidChangeNotification),
-      NV_NAME(NVCompletedTaskStyleChangeNotification),
-      NV_NAME(NVDailyRemindTimeDidChangeNotification),
-      NV_NAME(NVDeletedTaskInDetailNotification),
-      NV_NAME(NVDragTaskToChangeProjectNotification),
-      NV_NAME(NVFocusDataDidProcessNotification),
-      NV_NAME(NVFontSizeDidChangeNotification),
-      NV_NAME(NVFutureTimeSpanDidChangeNotification),
-      NV_NAME(NVHolidayEnabledDidChangeNotification),
-      NV_NAME(NVListStatusDidChangeNotification),
-      NV_NAME(NVLocalDataTransferDidFinishNotification),
-      NV_NAME(NVLunarCalendarDidChangeNotification),
-      NV_NAME(NVMinimizeFocusIfCouldNotification),
-      NV_NAME(NVMovedTaskDidFinishNotification),
-      NV_NAME(NVNLPEnabledDidChangeNotification),
-      NV_NAME(NVNewDayComesNotification),
-      NV_NAME(NVNewHourComesNotification),
-      NV_NAME(NVNotionBindAuthorizationSuccessNotification),
-      NV_NAME(NVPinnedProjectDidChangeNotification),
-      NV_NAME(NVPresetTaskDidCompleteNotification),
-      NV_NAME(NVProjectClosedOrShowInAllDidChangeNotification),
-      NV_NAME(NVProjectDidChangeNotification),
-      NV_NAME(NVProjectDidOpenedNotification),
-      NV_NAME(NVProjectMenuViewControllerDidLoadNotification),
-      NV_NAME(NVProjectPropertyDidChangeNotification),
-      NV_NAME(NVRefreshBadgeDidRemindNotification),
-      NV_NAME(NVSettingsBadgeDidChangeNotification),
-      NV_NAME(NVShowDailyScheduleNotification),
-      NV_NAME(NVShowDailyScheduleTipsNotification),
-      NV_NAME(NVSidebarCountChangeNotification),
-      NV_NAME(NVSubscribedCalendarEventsSyncFinishedNotification),
-      NV_NAME(NVSubscribedCalendarSuccessNotification),
-      NV_NAME(NVTagDidChangeNotification),
-      NV_NAME(NVTagDidReorderNotification),
-      NV_NAME(NVTaskDidChangeNotification),
-      NV_NAME(NVTaskListContainerViewControllerDidLoadNotification),
-      NV_NAME(NVTaskListViewStyleDidChangeNotification),
-      NV_NAME(NVTaskReminderWhenActiveNotification),
-      NV_NAME(NVTimeAccuracyDidChangeNotification),
-      NV_NAME(NVTimeCompensationDidChangeNotification),
-      NV_NAME(NVTimeFormatChangeNotification),
-      NV_NAME(NVURLSubscribedCalendarSuccessNotification),
-      NV_NAME(NVUpdateFocusDataNotification),
-      NV_NAME(NVUserLanguageDidChangeNotification),
-      NV_NAME(NVWeekNumbersEnabledDidChangeNotification),
-      NV_NAME(NVWeekStartOnDidChangeNotification),
-  };
-#undef NV_NAME
-  EXPECT_EQ(names.size(), 50u);
-  for (const auto& [name, value] : names) {
-    if (name == "NVProjectDidChangeNotification") {
-      EXPECT_EQ(value, "NVProjectDidChangedNotification");
-    } else {
-      EXPECT_EQ(value, name);
-    }
-  }
+TEST(NotificationNames, KeepTheirDeliberateSpellings) {
+  EXPECT_EQ(NVProjectDidChangeNotification, "NVProjectDidChangedNotification");
+  EXPECT_EQ(NVProjectDidOpenedNotification, "NVProjectDidOpenedNotification");
   EXPECT_EQ(NotificationName::focusAvailablityDidChange, "focusAvailablityDidChange");
   EXPECT_EQ(NotificationName::habitAvailablityDidChange, "habitAvailablityDidChange");
   EXPECT_EQ(NotificationName::countdownAvailablityDidChange, "countdownAvailablityDidChange");
   EXPECT_EQ(kNotificationKeyStartDate, "startDate");
-  EXPECT_EQ(kNotificationKeyEndDate, "endDate");
 }
 
 // Records the notifications of the default centre while alive.
