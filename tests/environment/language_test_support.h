@@ -42,6 +42,9 @@ inline void writeLanguageBundle(const std::string& root, std::string_view bundle
 class LanguageFixture : public ::testing::Test {
  protected:
   void SetUp() override {
+    // The process's change observer stays on the container in force at start-up: start up while
+    // that is the test binary's shared container, which outlives every test.
+    BundleEx::installOnMainBundle();
     bundle_ = dir_.file("Main.bundle");
     writeLanguageBundle(bundle_, "app.norvik.taskcalendar.tests");
     platform::Environment env = baseEnvironment();

@@ -85,6 +85,7 @@ TEST(UserLanguageRelayConcurrency, DISABLED_ExtensionFollowsTheApplication) {
 TEST(UserLanguageRelayConcurrency, OtherProcessHearsTheChangeWithinASecond) {
   testing::TempDir work;
   testing::writeLanguageBundle(work.file("Widget.bundle"), "app.norvik.taskcalendar.widget");
+  BundleEx::installOnMainBundle();
   const auto container = platform::currentEnvironment()->appGroupContainerDirectory;
   auto& observer = NVUserLanguageChangeObserver::sharedObserver();
   ASSERT_NE(observer.wormhole(), nullptr);
