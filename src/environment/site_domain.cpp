@@ -7,10 +7,10 @@
 #include "norvik/environment/user_language.h"
 
 #ifndef NORVIK_NORVIK_SITE_DOMAIN
-#define NORVIK_NORVIK_SITE_DOMAIN "https://norvik.app"
+#define NORVIK_NORVIK_SITE_DOMAIN "https://api.norvik.app"
 #endif
 #ifndef NORVIK_LUMO_SITE_DOMAIN
-#define NORVIK_LUMO_SITE_DOMAIN "https://lumo.cn"
+#define NORVIK_LUMO_SITE_DOMAIN "https://api.lumo.cn"
 #endif
 
 namespace norvik::detail {
