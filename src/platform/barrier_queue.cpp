@@ -69,7 +69,7 @@ struct BarrierQueue::State {
   }
 };
 
-BarrierQueue::BarrierQueue(std::string_view label) : state_(std::make_unique<State>()) {
+BarrierQueue::BarrierQueue(std::string_view label) : state_(std::make_shared<State>()) {
   state_->label = std::string(label);
 }
 
@@ -79,6 +79,12 @@ BarrierQueue::~BarrierQueue() {
     state_->stopping = true;
   }
   state_->wake.notify_all();
+  if (state_->worker.joinable() && state_->worker.get_id() == std::this_thread::get_id()) {
+    // The queue's last owner went away inside one of its own tasks: the worker finishes the
+    // remaining tasks and ends on its own, keeping the state alive until then.
+    state_->worker.detach();
+    return;
+  }
   if (state_->worker.joinable()) state_->worker.join();
   state_->drain();
 }
@@ -95,7 +101,7 @@ void BarrierQueue::asyncBarrier(std::function<void()> task) {
     state_->submitted.fetch_add(1, std::memory_order_release);
     if (!state_->worker.joinable() && !state_->stopping) {
       try {
-        state_->worker = std::thread([state = state_.get()] { state->runWorker(); });
+        state_->worker = std::thread([state = state_] { state->runWorker(); });
       } catch (const std::system_error& error) {
         // Without a worker the barriers still run, at the next read or wait.
         std::cerr << "norvik: queue " << state_->label << " has no worker: " << error.what()

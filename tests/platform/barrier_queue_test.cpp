@@ -104,8 +104,10 @@ TEST(BarrierQueueConcurrency, TasksHoldingAnObjectWeaklyDoNotKeepItAlive) {
   std::atomic<int> ranWithObject{0};
   std::atomic<int> ranWithout{0};
   queue.asyncBarrier([weak = std::weak_ptr<int>(object), &ranWithObject, &ranWithout] {
-    if (weak.lock()) ranWithObject++;
-    else ranWithout++;
+    if (weak.lock())
+      ranWithObject++;
+    else
+      ranWithout++;
   });
   object.reset();
   EXPECT_TRUE(watcher.expired());

@@ -4,8 +4,8 @@
 // Reads run synchronously on the calling thread, several at once. Changes are submitted as barrier
 // tasks that run later, one at a time, never alongside a read, in the order they were submitted. A
 // read waits for every barrier submitted before it (by any thread) to finish, so a thread always
-// reads what it wrote before. Barriers are run by a worker thread that the queue starts on the first
-// submission, or by a reader that finds barriers waiting, whichever comes first.
+// reads what it wrote before. Barriers are run by a worker thread that the queue starts on the
+// first submission, or by a reader that finds barriers waiting, whichever comes first.
 //
 // A task must not call sync() or waitForBarriers() of its own queue (it would wait for itself).
 // Tasks that refer to an object which may go away should hold it weakly: the queue keeps a task,
@@ -22,7 +22,8 @@ namespace norvik::platform {
 class BarrierQueue {
  public:
   explicit BarrierQueue(std::string_view label);
-  // Runs the barriers still waiting, then stops the worker.
+  // Runs the barriers still waiting, then stops the worker. When the queue is destroyed by one of
+  // its own tasks, the worker runs the rest and ends by itself.
   ~BarrierQueue();
   BarrierQueue(const BarrierQueue&) = delete;
   BarrierQueue& operator=(const BarrierQueue&) = delete;
@@ -57,7 +58,7 @@ class BarrierQueue {
     State& state_;
   };
 
-  std::unique_ptr<State> state_;
+  std::shared_ptr<State> state_;  // shared with the worker thread
 };
 
 }  // namespace norvik::platform
