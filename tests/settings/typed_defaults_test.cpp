@@ -21,9 +21,9 @@ Value blob(std::string_view json) {
 class TypedDefaultsTest : public testing::SettingsTest {
  protected:
   bool runChild(const std::string& role) {
-    return runChildTest("DISABLED_TypedDefaultsChild.Run",
-                        {{"NORVIK_TEST_CHILD_ROLE", role},
-                         {"NORVIK_TEST_APP_GROUP_DIR", container()}}) == 0;
+    return runChildTest(
+               "DISABLED_TypedDefaultsChild.Run",
+               {{"NORVIK_TEST_CHILD_ROLE", role}, {"NORVIK_TEST_APP_GROUP_DIR", container()}}) == 0;
   }
 };
 
@@ -148,8 +148,8 @@ TEST(DefaultsInt64BridgeTest, TextAndNumberForms) {
   EXPECT_EQ(DefaultsInt64Bridge::parseText("+42"), 42);
   EXPECT_EQ(DefaultsInt64Bridge::parseText("9223372036854775807"), INT64_MAX);
   EXPECT_EQ(DefaultsInt64Bridge::parseText("-9223372036854775808"), INT64_MIN);
-  for (std::string_view bad : {"", "+", "-", "4 2", " 42", "42 ", "0x10", "9223372036854775808",
-                               "+-1", "1.5", "٤٢"}) {
+  for (std::string_view bad :
+       {"", "+", "-", "4 2", " 42", "42 ", "0x10", "9223372036854775808", "+-1", "1.5", "٤٢"}) {
     EXPECT_EQ(DefaultsInt64Bridge::parseText(bad), std::nullopt) << bad;
   }
   EXPECT_EQ(DefaultsInt64Bridge::deserialize(Value(7)), std::nullopt);
