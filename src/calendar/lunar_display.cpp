@@ -190,9 +190,8 @@ std::string dayStringInLunarCalendar(platform::Date date,
   if (!lunar) return {};
   if (lunar->day == 1 && monthFirstDayShowMonthString) return std::string(monthName(lunar->month));
   if (solarTerm) {
-    const GregorianDate g = gregorianFromCivilDay(*day);
     std::optional<std::string> term =
-        NVSolarTermsManager::sharedManager().solarTermOfDay(g.year, g.month, g.day);
+        NVSolarTermsManager::sharedManager().solarTermOfCivilDay(*day);
     if (term && !term->empty()) return *term;
   }
   return std::string(dayName(lunar->day));
@@ -220,7 +219,8 @@ std::string festivalOrLunarCalendar(platform::Date date, FestivalMode mode, int 
   const int m = day->month;
   const int d = day->day;
   const int w = day->weekday;
-  auto lunarFestival = [&]() { return festivalInLunarCalendar(date, cal); };
+  // The autoupdating calendar has the current zone's offset: no re-anchoring to do.
+  auto lunarFestival = [&]() { return festivalInLunarCalendar(date, calendar); };
   if (m == 1 && d == 1) return "元旦";
   if (m == 2 && d == 14) return lunarFestival().value_or("情人节");
   if (m == 3 && d == 8) return "妇女节";
@@ -276,11 +276,15 @@ std::string yearMonthDay_lunar(platform::Date date, bool includeNumber, bool nee
   if (!lunar) return {};
   std::string text = sexagenaryYearName(lunar->year) + "年";
   if (includeNumber) {
-    text += "(" + std::to_string(tableLunarYear(date)) + ")";
+    text += '(';
+    text += std::to_string(tableLunarYear(date));
+    text += ')';
   } else if (needsSpaceInYear) {
     text += " ";
   }
-  return text + standaloneMonthText(*lunar) + dayText(*lunar);
+  text += standaloneMonthText(*lunar);
+  text += dayText(*lunar);
+  return text;
 }
 
 }  // namespace norvik

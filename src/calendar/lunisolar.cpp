@@ -2,6 +2,7 @@
 // calendar read from the generated month-start table.
 #include "norvik/calendar/lunisolar.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -214,31 +215,46 @@ const std::vector<uint32_t>& chineseMonthTable() {
 
 namespace {
 
+// The civil day of each table year's first month, for a direct search by day.
+struct NewYearDays {
+  std::vector<CivilDay> days;
+  CivilDay first = 0;  // 1900-01-01
+  CivilDay last = 0;   // 2100-12-31
+};
+
+const NewYearDays& newYearDays() {
+  static const NewYearDays table = [] {
+    NewYearDays t;
+    for (std::size_t i = 0; i < kChineseMonthTable.size(); ++i) {
+      const int year = kChineseTableFirstLunarYear + static_cast<int>(i);
+      t.days.push_back(civilDayFromGregorian(year, 1, 1) + (kChineseMonthTable[i] & 0x3Fu));
+    }
+    t.first = civilDayFromGregorian(kChineseTableFirstYear, 1, 1);
+    t.last = civilDayFromGregorian(kChineseTableLastYear, 12, 31);
+    return t;
+  }();
+  return table;
+}
+
 std::optional<LunarDate> fromTable(CivilDay day) {
-  const GregorianDate g = gregorianFromCivilDay(day);
-  int year = g.year;
-  if (year < kChineseTableFirstYear || year > kChineseTableLastYear) return std::nullopt;
-  const auto& table = kChineseMonthTable;
-  auto entryOf = [&](int lunarYear) -> std::optional<uint32_t> {
-    const int index = lunarYear - kChineseTableFirstLunarYear;
-    if (index < 0 || static_cast<std::size_t>(index) >= table.size()) return std::nullopt;
-    return table[static_cast<std::size_t>(index)];
-  };
-  std::optional<uint32_t> entry = entryOf(year);
-  if (!entry) return std::nullopt;
-  CivilDay newYear = civilDayFromGregorian(year, 1, 1) + (*entry & 0x3Fu);
-  if (day < newYear) {
-    --year;
-    entry = entryOf(year);
-    if (!entry) return std::nullopt;
-    newYear = civilDayFromGregorian(year, 1, 1) + (*entry & 0x3Fu);
-  }
-  const int leap = static_cast<int>((*entry >> 6) & 0xFu);
-  int64_t rest = day - newYear;
+  const NewYearDays& years = newYearDays();
+  if (day < years.first || day > years.last || years.days.size() < 2) return std::nullopt;
+  // Estimate the lunar year from the mean year, then step to the one whose first day is the last
+  // at or before the day.
+  std::size_t index = static_cast<std::size_t>(
+      std::min<CivilDay>(static_cast<CivilDay>(years.days.size()) - 1,
+                         std::max<CivilDay>(0, (day - years.days[0]) * 10000 / 3652425)));
+  while (index > 0 && years.days[index] > day) --index;
+  while (index + 1 < years.days.size() && years.days[index + 1] <= day) ++index;
+  if (years.days[index] > day) return std::nullopt;
+  const uint32_t entry = kChineseMonthTable[index];
+  const int year = kChineseTableFirstLunarYear + static_cast<int>(index);
+  const int leap = static_cast<int>((entry >> 6) & 0xFu);
+  int64_t rest = day - years.days[index];
   int month = 1;
   bool isLeap = false;
   for (int position = 0; position < 13; ++position) {
-    const int length = ((*entry >> (10 + position)) & 1u) != 0 ? 30 : 29;
+    const int length = ((entry >> (10 + position)) & 1u) != 0 ? 30 : 29;
     if (rest < length) break;
     rest -= length;
     if (!isLeap && month == leap) {
@@ -273,8 +289,8 @@ std::optional<LunarDate> fromPlatform(CivilDay day) {
 
 std::optional<LunarDate> chineseLunarDateOfCivilDay(CivilDay day) {
   if (auto date = fromTable(day)) return date;
-  const GregorianDate g = gregorianFromCivilDay(day);
-  if (g.year >= kChineseTableFirstYear && g.year <= kChineseTableLastYear) return std::nullopt;
+  const NewYearDays& years = newYearDays();
+  if (day >= years.first && day <= years.last) return std::nullopt;
   return fromPlatform(day);
 }
 

@@ -19,15 +19,40 @@ std::optional<platform::Dictionary> readTable(const std::optional<std::string>& 
   return *value->dictionary();
 }
 
-// nv_notNullObjectForKey: a missing key and a null placeholder are both absent.
-const platform::Value* notNullObjectForKey(const platform::Dictionary& dictionary,
-                                           std::string_view key) {
-  auto it = dictionary.find(key);
-  if (it == dictionary.end() || it->second.isNull()) return nullptr;
-  return &it->second;
+// The day of a canonical "yyyy-MM-dd" text; std::nullopt for any other text.
+std::optional<GregorianDate> parseDayText(std::string_view text) {
+  if (text.size() != 10 || text[4] != '-' || text[7] != '-') return std::nullopt;
+  int fields[3] = {0, 0, 0};
+  const std::size_t starts[3] = {0, 5, 8};
+  const std::size_t lengths[3] = {4, 2, 2};
+  for (int f = 0; f < 3; ++f) {
+    for (std::size_t i = 0; i < lengths[f]; ++i) {
+      const char c = text[starts[f] + i];
+      if (c < '0' || c > '9') return std::nullopt;
+      fields[f] = fields[f] * 10 + (c - '0');
+    }
+  }
+  const GregorianDate date{fields[0], fields[1], fields[2]};
+  const CivilDay day = civilDayFromGregorian(date.year, date.month, date.day);
+  if (!(gregorianFromCivilDay(day) == date)) return std::nullopt;
+  return date;
 }
 
 }  // namespace
+
+void NVSolarTermsManager::buildIndex() {
+  index_.clear();
+  if (!table_) return;
+  for (const auto& [yearKey, yearValue] : *table_) {
+    const std::optional<GregorianDate> year = parseDayText(yearKey);
+    if (!year || year->month != 1 || year->day != 1 || !yearValue.dictionary()) continue;
+    for (const auto& [dayKey, name] : *yearValue.dictionary()) {
+      const std::optional<GregorianDate> day = parseDayText(dayKey);
+      if (!day || day->year != year->year || !name.string()) continue;
+      index_.emplace(civilDayFromGregorian(day->year, day->month, day->day), *name.string());
+    }
+  }
+}
 
 std::optional<std::string> NVSolarTermsManager::libraryBundlePath() {
   Dl_info info{};
@@ -59,13 +84,17 @@ NVSolarTermsManager::NVSolarTermsManager() {
     }
   }
   if (!table_) table_ = readTable(platform::Bundle::main()->pathForResource("SolarTerms", "plist"));
+  buildIndex();
 }
 
 NVSolarTermsManager::NVSolarTermsManager(std::optional<platform::Dictionary> table)
-    : table_(std::move(table)) {}
+    : table_(std::move(table)) {
+  buildIndex();
+}
 
 void NVSolarTermsManager::setYearToSolarTerms(std::optional<platform::Dictionary> table) {
   table_ = std::move(table);
+  buildIndex();
 }
 
 std::optional<std::string> NVSolarTermsManager::solarTermByDate(
@@ -79,13 +108,17 @@ std::optional<std::string> NVSolarTermsManager::solarTermByDate(
 
 std::optional<std::string> NVSolarTermsManager::solarTermOfDay(int year, int month, int day) const {
   if (!table_) return std::nullopt;
-  const platform::Value* terms =
-      notNullObjectForKey(*table_, isoDayText(GregorianDate{year, 1, 1}));
-  if (!terms || !terms->dictionary()) return std::nullopt;
-  const platform::Value* term =
-      notNullObjectForKey(*terms->dictionary(), isoDayText(GregorianDate{year, month, day}));
-  if (!term || !term->string()) return std::nullopt;
-  return *term->string();
+  const CivilDay civil = civilDayFromGregorian(year, month, day);
+  // Days that roll over (30 February) have no text of their own.
+  if (!(gregorianFromCivilDay(civil) == GregorianDate{year, month, day})) return std::nullopt;
+  return solarTermOfCivilDay(civil);
+}
+
+std::optional<std::string> NVSolarTermsManager::solarTermOfCivilDay(CivilDay day) const {
+  if (!table_) return std::nullopt;
+  auto it = index_.find(day);
+  if (it == index_.end()) return std::nullopt;
+  return it->second;
 }
 
 }  // namespace norvik

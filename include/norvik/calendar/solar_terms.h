@@ -6,7 +6,9 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 
+#include "norvik/calendar/lunisolar.h"
 #include "norvik/platform/calendar.h"
 #include "norvik/platform/date.h"
 #include "norvik/platform/value.h"
@@ -33,6 +35,8 @@ class NVSolarTermsManager {
   // The solar-term name of a day given as Gregorian year, month and day (the same lookup without
   // a calendar).
   std::optional<std::string> solarTermOfDay(int year, int month, int day) const;
+  // The same for a civil day number (see lunisolar.h).
+  std::optional<std::string> solarTermOfCivilDay(CivilDay day) const;
 
   // The table; replacing it is not synchronised with concurrent lookups (set it only at start).
   const std::optional<platform::Dictionary>& yearToSolarTerms() const { return table_; }
@@ -43,7 +47,11 @@ class NVSolarTermsManager {
   static std::optional<std::string> libraryBundlePath();
 
  private:
+  void buildIndex();
   std::optional<platform::Dictionary> table_;
+  // The table's string entries by civil day, for those whose keys are the canonical texts of
+  // 1 January of a year and of a day in that year (the only keys a lookup can form).
+  std::unordered_map<CivilDay, std::string> index_;
 };
 
 }  // namespace norvik
