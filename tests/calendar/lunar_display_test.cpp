@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <thread>
 
 #include "norvik/platform/date_formatter.h"
 #include "norvik/platform/environment.h"
@@ -173,6 +174,36 @@ TEST(LunarDisplay, AgreesWithThePlatformFormatterWhereItIsRight) {
               formatter.format(date) + convertToChineseDay(day))
         << isoDayText(gregorianFromCivilDay(d));
   }
+}
+
+}  // namespace
+}  // namespace norvik
+
+namespace norvik {
+namespace {
+
+// The shared manager's first use, the month table's index and the per-thread offset caches from
+// several threads at once give the same texts as one thread.
+TEST(LunarDisplayConcurrency, TextsFromManyThreads) {
+  std::vector<std::string> expected;
+  const CivilDay first = civilDayFromGregorian(2023, 12, 1);
+  auto texts = [first](int k) {
+    const Date date(static_cast<double>(first + k) * 86400.0 + 43200.0);
+    return dayStringInLunarCalendar(date, std::nullopt, true, true) + "|" +
+           festivalOrLunarCalendar(date, FestivalMode::chinese, 1, std::nullopt, nullptr);
+  };
+  std::vector<std::vector<std::string>> results(4);
+  std::vector<std::thread> threads;
+  for (std::size_t t = 0; t < results.size(); ++t) {
+    threads.emplace_back([&, t] {
+      for (int k = 0; k < 120; ++k) results[t].push_back(texts(k));
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  for (int k = 0; k < 120; ++k) expected.push_back(texts(k));
+  for (const auto& result : results) EXPECT_EQ(result, expected);
+  EXPECT_EQ(expected[65], "立春|");      // 2024-02-04
+  EXPECT_EQ(expected[70], "三十|除夕");  // 2024-02-09
 }
 
 }  // namespace
