@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cmath>
+#include <cstdlib>
 
 #include "calendar/calendar_days.h"
 #include "norvik/calendar/lunar_converter.h"
