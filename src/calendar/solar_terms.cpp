@@ -1,0 +1,124 @@
+#include "norvik/calendar/solar_terms.h"
+
+#include <dlfcn.h>
+
+#include <filesystem>
+
+#include "calendar/calendar_days.h"
+#include "norvik/calendar/lunisolar.h"
+#include "norvik/platform/bundle.h"
+#include "norvik/platform/property_list.h"
+
+namespace norvik {
+namespace {
+
+std::optional<platform::Dictionary> readTable(const std::optional<std::string>& path) {
+  if (!path) return std::nullopt;
+  std::optional<platform::Value> value = platform::readPropertyListFile(*path);
+  if (!value || !value->dictionary()) return std::nullopt;
+  return *value->dictionary();
+}
+
+// The day of a canonical "yyyy-MM-dd" text; std::nullopt for any other text.
+std::optional<GregorianDate> parseDayText(std::string_view text) {
+  if (text.size() != 10 || text[4] != '-' || text[7] != '-') return std::nullopt;
+  int fields[3] = {0, 0, 0};
+  const std::size_t starts[3] = {0, 5, 8};
+  const std::size_t lengths[3] = {4, 2, 2};
+  for (int f = 0; f < 3; ++f) {
+    for (std::size_t i = 0; i < lengths[f]; ++i) {
+      const char c = text[starts[f] + i];
+      if (c < '0' || c > '9') return std::nullopt;
+      fields[f] = fields[f] * 10 + (c - '0');
+    }
+  }
+  const GregorianDate date{fields[0], fields[1], fields[2]};
+  const CivilDay day = civilDayFromGregorian(date.year, date.month, date.day);
+  if (!(gregorianFromCivilDay(day) == date)) return std::nullopt;
+  return date;
+}
+
+}  // namespace
+
+void NVSolarTermsManager::buildIndex() {
+  index_.clear();
+  if (!table_) return;
+  for (const auto& [yearKey, yearValue] : *table_) {
+    const std::optional<GregorianDate> year = parseDayText(yearKey);
+    if (!year || year->month != 1 || year->day != 1 || !yearValue.dictionary()) continue;
+    for (const auto& [dayKey, name] : *yearValue.dictionary()) {
+      const std::optional<GregorianDate> day = parseDayText(dayKey);
+      if (!day || day->year != year->year || !name.string()) continue;
+      index_.emplace(civilDayFromGregorian(day->year, day->month, day->day), *name.string());
+    }
+  }
+}
+
+std::optional<std::string> NVSolarTermsManager::libraryBundlePath() {
+  Dl_info info{};
+  if (dladdr(reinterpret_cast<const void*>(&NVSolarTermsManager::libraryBundlePath), &info) == 0 ||
+      info.dli_fname == nullptr) {
+    return std::nullopt;
+  }
+  std::error_code error;
+  std::filesystem::path dir =
+      std::filesystem::weakly_canonical(std::filesystem::path(info.dli_fname), error).parent_path();
+  // lib/, lib/<multiarch>/ or bin/ (a static library inside a program).
+  for (int up = 0; up < 3 && !dir.empty(); ++up) {
+    dir = dir.parent_path();
+    const std::filesystem::path candidate = dir / "share" / "norvik" / "LibraryBundle";
+    if (std::filesystem::is_directory(candidate, error)) return candidate.string();
+  }
+  return std::nullopt;
+}
+
+NVSolarTermsManager& NVSolarTermsManager::sharedManager() {
+  static NVSolarTermsManager manager;
+  return manager;
+}
+
+NVSolarTermsManager::NVSolarTermsManager() {
+  if (auto path = libraryBundlePath()) {
+    if (auto bundle = platform::Bundle::atPath(*path)) {
+      table_ = readTable(bundle->pathForResource("SolarTerms", "plist"));
+    }
+  }
+  if (!table_) table_ = readTable(platform::Bundle::main()->pathForResource("SolarTerms", "plist"));
+  buildIndex();
+}
+
+NVSolarTermsManager::NVSolarTermsManager(std::optional<platform::Dictionary> table)
+    : table_(std::move(table)) {
+  buildIndex();
+}
+
+void NVSolarTermsManager::setYearToSolarTerms(std::optional<platform::Dictionary> table) {
+  table_ = std::move(table);
+  buildIndex();
+}
+
+std::optional<std::string> NVSolarTermsManager::solarTermByDate(
+    platform::Date date, const std::optional<platform::Calendar>& calendar) const {
+  if (!table_) return std::nullopt;
+  const platform::Calendar cal = calendar ? *calendar : platform::Calendar::autoupdatingCurrent();
+  const std::optional<detail::CalendarDay> day = detail::calendarDay(cal, date);
+  if (!day) return std::nullopt;
+  return solarTermOfDay(day->year, day->month, day->day);
+}
+
+std::optional<std::string> NVSolarTermsManager::solarTermOfDay(int year, int month, int day) const {
+  if (!table_) return std::nullopt;
+  const CivilDay civil = civilDayFromGregorian(year, month, day);
+  // Days that roll over (30 February) have no text of their own.
+  if (!(gregorianFromCivilDay(civil) == GregorianDate{year, month, day})) return std::nullopt;
+  return solarTermOfCivilDay(civil);
+}
+
+std::optional<std::string> NVSolarTermsManager::solarTermOfCivilDay(CivilDay day) const {
+  if (!table_) return std::nullopt;
+  auto it = index_.find(day);
+  if (it == index_.end()) return std::nullopt;
+  return it->second;
+}
+
+}  // namespace norvik

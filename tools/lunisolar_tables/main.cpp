@@ -1,0 +1,162 @@
+// lunisolar_tables month-table FILE   writes the Chinese month-start table (C++ initializer)
+// lunisolar_tables solar-terms FILE   writes SolarTerms.plist for 1901..2100 (UTC+8 days)
+// lunisolar_tables compare            lists every day from 1901-02-19 to 2099-12-31 on which the
+//                                     computed calendar, ICU's Chinese calendar and the lunar table
+//                                     disagree, grouped in runs, with the nearby new moons and
+//                                     major terms and their distance from the calendar's midnight
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <optional>
+#include <string>
+
+#include "norvik/calendar/lunar_converter.h"
+#include "norvik/calendar/lunisolar.h"
+#include "norvik/platform/calendar.h"
+#include "norvik/platform/property_list.h"
+#include "norvik/platform/time_zone.h"
+
+using namespace norvik;
+
+namespace {
+
+constexpr int kChina = 28800;
+
+bool writeFile(const std::string& path, std::string_view text) {
+  std::ofstream out(path, std::ios::binary);
+  out << text;
+  return static_cast<bool>(out);
+}
+
+std::string lunarText(const LunarDate& d) {
+  char buffer[48];
+  std::snprintf(buffer, sizeof buffer, "%d-%s%d-%d", d.year, d.isLeapMonth ? "L" : "", d.month,
+                d.day);
+  return buffer;
+}
+
+// The offset the Chinese calendar reckons in at an instant.
+int offsetAt(double jdUniversal) {
+  static const LunisolarCalendar chinese = LunisolarCalendar::chinese();
+  return chinese.utcOffsetSeconds(astro::dateFromJulianDay(jdUniversal));
+}
+
+std::string localTime(double jdUniversal) {
+  const double local = jdUniversal - 2440587.5 + offsetAt(jdUniversal) / 86400.0;
+  const CivilDay day = static_cast<CivilDay>(std::floor(local));
+  const int seconds = static_cast<int>(std::lround((local - static_cast<double>(day)) * 86400.0));
+  char buffer[64];
+  std::snprintf(buffer, sizeof buffer, "%s %02d:%02d:%02d",
+                isoDayText(gregorianFromCivilDay(day)).c_str(), seconds / 3600, seconds / 60 % 60,
+                seconds % 60);
+  return buffer;
+}
+
+// Seconds from the nearest local midnight (negative: before it).
+long fromMidnight(double jdUniversal) {
+  const double local = (jdUniversal - 2440587.5) * 86400.0 + offsetAt(jdUniversal);
+  const double s = std::fmod(local, 86400.0);
+  const double r = s < 0 ? s + 86400.0 : s;
+  return std::lround(r > 43200.0 ? r - 86400.0 : r);
+}
+
+// New moons and major terms whose local day is within [from, to].
+void explain(CivilDay from, CivilDay to) {
+  const int k0 = astro::newMoonNumberAtOrBefore(2440587.5 + static_cast<double>(from) - 1.0);
+  for (int k = k0; k <= k0 + 3; ++k) {
+    const double jd = astro::universalFromDynamical(astro::newMoonJDE(k));
+    const CivilDay day = civilDayOfDate(astro::dateFromJulianDay(jd), offsetAt(jd));
+    if (day < from || day > to) continue;
+    std::printf("    new moon   %s (%+ld s from midnight)\n", localTime(jd).c_str(),
+                fromMidnight(jd));
+  }
+  const int year = gregorianFromCivilDay(from).year;
+  for (int y = year - 1; y <= year + 1; ++y) {
+    for (int index = 1; index < kSolarTermCount; index += 2) {
+      const double jd =
+          astro::universalFromDynamical(astro::solarLongitudeJDE(y, solarTermLongitude(index)));
+      const CivilDay day = civilDayOfDate(astro::dateFromJulianDay(jd), offsetAt(jd));
+      if (day < from - 1 || day > to + 1) continue;
+      std::printf("    major term %s %s (%+ld s from midnight)\n",
+                  std::string(solarTermName(index)).c_str(), localTime(jd).c_str(),
+                  fromMidnight(jd));
+    }
+  }
+}
+
+int compare() {
+  const platform::Calendar icu(platform::CalendarIdentifier::chinese,
+                               *platform::TimeZone::withSecondsFromGMT(kChina),
+                               platform::Locale("zh_CN"));
+  const CivilDay first = civilDayFromGregorian(1901, 2, 19);
+  const CivilDay last = civilDayFromGregorian(2099, 12, 31);
+  for (int source = 0; source < 2; ++source) {
+    std::printf("== computed calendar vs %s\n", source == 0 ? "ICU" : "lunar table");
+    std::optional<CivilDay> runStart;
+    std::string runText;
+    int runs = 0;
+    long days = 0;
+    for (CivilDay day = first; day <= last + 1; ++day) {
+      bool differs = false;
+      std::string text;
+      if (day <= last) {
+        const LunarDate ours = *chineseLunarDateOfCivilDay(day);
+        LunarDate other;
+        if (source == 0) {
+          const auto c = icu.components(platform::Date(static_cast<double>(day) * 86400.0));
+          other = LunarDate{(*c.era - 1) * 60 + *c.year - 2637, *c.month, *c.day,
+                            c.isLeapMonth.value_or(false)};
+          differs = !(ours == other);
+        } else {
+          const GregorianDate g = gregorianFromCivilDay(day);
+          const SimpleDate s = solar_to_lunar(g.year, g.month, g.day);
+          // The table flags both months of the leap number; only a flag it lacks is a difference.
+          other = LunarDate{s.year, s.month, s.day, s.isLeapMonth != 0};
+          differs = ours.year != other.year || ours.month != other.month || ours.day != other.day ||
+                    (ours.isLeapMonth && !other.isLeapMonth);
+        }
+        text = "ours " + lunarText(ours) + " other " + lunarText(other);
+      }
+      if (differs) {
+        ++days;
+        if (!runStart) {
+          runStart = day;
+          runText = text;
+        }
+      } else if (runStart) {
+        ++runs;
+        std::printf("  %s .. %s (%ld days): at start %s\n",
+                    isoDayText(gregorianFromCivilDay(*runStart)).c_str(),
+                    isoDayText(gregorianFromCivilDay(day - 1)).c_str(),
+                    static_cast<long>(day - *runStart), runText.c_str());
+        explain(*runStart - 1, *runStart + 1);
+        explain(day - 1, day + 1);
+        runStart.reset();
+      }
+    }
+    std::printf("  %d runs, %ld days\n", runs, days);
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::string command = argc > 1 ? argv[1] : "";
+  if (command == "month-table" && argc == 3) {
+    return writeFile(argv[2], generateChineseMonthTableSource()) ? 0 : 1;
+  }
+  if (command == "solar-terms" && argc == 3) {
+    const platform::Data data =
+        platform::encodePropertyList(platform::Value(generateSolarTermsTable(1901, 2100, kChina)),
+                                     platform::PropertyListFormat::XML);
+    return writeFile(argv[2],
+                     std::string_view(reinterpret_cast<const char*>(data.data()), data.size()))
+               ? 0
+               : 1;
+  }
+  if (command == "compare") return compare();
+  std::cerr << "usage: lunisolar_tables month-table FILE | solar-terms FILE | compare\n";
+  return 2;
+}
