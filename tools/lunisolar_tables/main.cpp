@@ -93,7 +93,9 @@ int compare() {
   const CivilDay last = civilDayFromGregorian(2099, 12, 31);
   for (int source = 0; source < 2; ++source) {
     std::printf("== computed calendar vs %s\n", source == 0 ? "ICU" : "lunar table");
-    std::optional<CivilDay> runStart;
+    // The first day of the current run of disagreements; meaningful only while inRun.
+    bool inRun = false;
+    CivilDay runStart = 0;
     std::string runText;
     int runs = 0;
     long days = 0;
@@ -120,19 +122,20 @@ int compare() {
       }
       if (differs) {
         ++days;
-        if (!runStart) {
+        if (!inRun) {
+          inRun = true;
           runStart = day;
           runText = text;
         }
-      } else if (runStart) {
+      } else if (inRun) {
         ++runs;
         std::printf("  %s .. %s (%ld days): at start %s\n",
-                    isoDayText(gregorianFromCivilDay(*runStart)).c_str(),
+                    isoDayText(gregorianFromCivilDay(runStart)).c_str(),
                     isoDayText(gregorianFromCivilDay(day - 1)).c_str(),
-                    static_cast<long>(day - *runStart), runText.c_str());
-        explain(*runStart - 1, *runStart + 1);
+                    static_cast<long>(day - runStart), runText.c_str());
+        explain(runStart - 1, runStart + 1);
         explain(day - 1, day + 1);
-        runStart.reset();
+        inRun = false;
       }
     }
     std::printf("  %d runs, %ld days\n", runs, days);
