@@ -95,6 +95,115 @@ DefaultsKey<std::optional<std::string>> DefaultsKeys::atlantisHostName() {
   return plainKey<std::optional<std::string>>("atlantisHostName", std::nullopt);
 }
 
+// ---- DefaultsSetting ----
+
+namespace {
+
+template <class T>
+struct SettingTraits;  // how a stored type appears in a DefaultsSetting
+template <>
+struct SettingTraits<std::string> {
+  static constexpr const char* name = "String";
+};
+template <>
+struct SettingTraits<int> {
+  static constexpr const char* name = "Int";
+};
+template <>
+struct SettingTraits<std::int64_t> {
+  static constexpr const char* name = "Int64";
+};
+template <>
+struct SettingTraits<bool> {
+  static constexpr const char* name = "Bool";
+};
+template <>
+struct SettingTraits<double> {
+  static constexpr const char* name = "Double";
+};
+template <>
+struct SettingTraits<platform::Date> {
+  static constexpr const char* name = "Date";
+};
+
+// A plain or wrapped value as a Value; std::nullopt for the absent state.
+template <class T>
+platform::Value asValue(const T& value) {
+  if constexpr (IsOptional<T>::value) {
+    return value ? asValue(*value) : platform::Value();
+  } else if constexpr (IsCustomUserDefatuls<T>::value) {
+    return asValue(value.content);
+  } else if constexpr (std::is_same_v<T, std::int64_t>) {
+    return platform::Value(static_cast<long long>(value));
+  } else {
+    return platform::Value(value);
+  }
+}
+
+template <class T>
+struct Unwrapped {
+  using type = T;
+};
+template <class U>
+struct Unwrapped<CustomUserDefatuls<U>> {
+  using type = U;
+};
+
+template <class T>
+DefaultsSetting describe(std::string name, DefaultsKey<T> (*keyPath)(), bool perUser) {
+  using Stored = typename ValueTypeOf<T>::type;  // CustomUserDefatuls<U> or a plain type
+  using Content = typename Unwrapped<Stored>::type;
+  DefaultsSetting setting;
+  setting.name = std::move(name);
+  setting.type = SettingTraits<Content>::name;
+  setting.wrapped = IsCustomUserDefatuls<Stored>::value;
+  setting.optional = IsOptional<T>::value;
+  setting.perUser = perUser;
+  setting.key = [keyPath] { return keyPath().key(); };
+  setting.value = [keyPath] { return asValue(NVUserDefaults::shared().get(keyPath())); };
+  setting.defaultValue = [keyPath] { return asValue(keyPath().defaultValue()); };
+  setting.set = [keyPath](const platform::Value& value) {
+    Content content;
+    try {
+      content = Coding<Content>::decode(value);
+    } catch (const DecodingError&) {
+      return false;
+    }
+    NVUserDefaults::shared().set(keyPath(), T(Stored(std::move(content))));
+    return true;
+  };
+  setting.remove = [keyPath] { NVUserDefaults::shared().remove(keyPath()); };
+  return setting;
+}
+
+}  // namespace
+
+const std::vector<DefaultsSetting>& DefaultsKeys::allSettings() {
+  static const std::vector<DefaultsSetting> settings = {
+      describe("appID", &DefaultsKeys::appID, false),
+      describe("currentInboxID", &DefaultsKeys::currentInboxID, false),
+      describe("currentUserID", &DefaultsKeys::currentUserID, false),
+      describe("currentSiteDomain", &DefaultsKeys::currentSiteDomain, false),
+      describe("currentServerUserID", &DefaultsKeys::currentServerUserID, false),
+      describe("currentUserToken", &DefaultsKeys::currentUserToken, false),
+      describe("signAuthID", &DefaultsKeys::signAuthID, false),
+      describe("currentAuthVID", &DefaultsKeys::currentAuthVID, true),
+      describe("currentThemeID", &DefaultsKeys::currentThemeID, false),
+      describe("isSSLPinningEnabled", &DefaultsKeys::isSSLPinningEnabled, false),
+      describe("shouldPushDailyReminder", &DefaultsKeys::shouldPushDailyReminder, true),
+      describe("signAuthIDExpireTime", &DefaultsKeys::signAuthIDExpireTime, false),
+      describe("lastSyncedVersion", &DefaultsKeys::lastSyncedVersion, true),
+      describe("timetableScale", &DefaultsKeys::timetableScale, false),
+      describe("timelineScale", &DefaultsKeys::timelineScale, false),
+      describe("isLocalDataTransferAlertShowed", &DefaultsKeys::isLocalDataTransferAlertShowed,
+               false),
+      describe("lastCheckLimitedTime", &DefaultsKeys::lastCheckLimitedTime, false),
+      describe("isAtlantisEnabled", &DefaultsKeys::isAtlantisEnabled, false),
+      describe("atlantisHostName", &DefaultsKeys::atlantisHostName, false),
+  };
+  return settings;
+}
+
 // ---- NVUserDefaultManager ----
 
 NVUserDefaultManager::NVUserDefaultManager()

@@ -8,8 +8,10 @@
 // as its own default (a string is not a Bool).
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "norvik/platform/date.h"
 #include "norvik/settings/typed_defaults.h"
@@ -18,7 +20,24 @@ namespace norvik {
 
 using WrappedString = CustomUserDefatuls<std::string>;
 
+// One setting of the registry seen without its type, for tools that list and edit settings.
+struct DefaultsSetting {
+  std::string name;  // the registry name, "currentUserID"
+  std::string type;  // "String", "Int", "Int64", "Bool", "Double" or "Date"
+  bool wrapped = false;
+  bool optional = false;
+  bool perUser = false;
+  std::function<std::string()> key;                 // the storage key now
+  std::function<platform::Value()> value;           // the value read now; null when absent
+  std::function<platform::Value()> defaultValue;    // null when the default is absent
+  std::function<bool(const platform::Value&)> set;  // false (nothing written) for a wrong type
+  std::function<void()> remove;                     // removes it from the store and the cache
+};
+
 struct DefaultsKeys {
+  // Every setting below, in this order.
+  static const std::vector<DefaultsSetting>& allSettings();
+
   // Wrapped settings: JSON blobs in the store and in the database-backed cache.
   static DefaultsKey<std::optional<WrappedString>> appID();     // "app_id"
   static DefaultsKey<WrappedString> currentInboxID();           // "localInboxID"

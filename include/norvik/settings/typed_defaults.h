@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 
 #include "norvik/platform/user_defaults.h"
@@ -87,10 +88,13 @@ struct DefaultsNativeBridge {
   static void save(std::string_view key, const std::optional<T>& value,
                    platform::UserDefaults& store) {
     if (!value) {
-      store.removeObjectForKey(key);
+      remove(key, store);
     } else {
       store.setObject(platform::Value(*value), key);
     }
+  }
+  static void remove(std::string_view key, platform::UserDefaults& store) {
+    store.removeObjectForKey(key);
   }
   static std::optional<T> get(std::string_view key, const platform::UserDefaults& store) {
     return deserialize(store.objectForKey(key));
@@ -146,6 +150,9 @@ inline std::optional<platform::Data> DefaultsNativeBridge<platform::Data>::deser
 struct DefaultsInt64Bridge {
   static void save(std::string_view key, const std::optional<std::int64_t>& value,
                    platform::UserDefaults& store);
+  static void remove(std::string_view key, platform::UserDefaults& store) {
+    store.removeObjectForKey(key);
+  }
   static std::optional<std::int64_t> get(std::string_view key, const platform::UserDefaults& store);
   // Never a value: 64-bit integers are not read back from inside stored arrays.
   static std::optional<std::int64_t> deserialize(const platform::Value& object);
@@ -176,16 +183,26 @@ struct DefaultsCustomUserDefaultsItemBridge {
       cache.set(blob, key);
       store.setObject(blob, key);
     } else {
-      cache.removeObject(key);
-      store.removeObjectForKey(key);
+      remove(key, store);
     }
+  }
+  static void remove(std::string_view key, platform::UserDefaults& store) {
+    SVCustomUserDefaultsCacheManager::shared().removeObject(key);
+    store.removeObjectForKey(key);
   }
 
   // A data blob decodes as the JSON wrapper; a plain T (written by an earlier version) is wrapped.
   static std::optional<Item> deserialize(const platform::Value& object) {
     if (const platform::Data* data = object.data()) {
-      return decodeFromJSON<Item>(
-          std::string_view(reinterpret_cast<const char*>(data->data()), data->size()));
+      // Decoding is a pure function of the bytes, so each thread remembers what recent blobs
+      // decoded to; settings are read far more often than they change.
+      thread_local std::unordered_map<std::string, std::optional<Item>> decoded;
+      std::string bytes(reinterpret_cast<const char*>(data->data()), data->size());
+      if (auto found = decoded.find(bytes); found != decoded.end()) return found->second;
+      std::optional<Item> item = decodeFromJSON<Item>(bytes);
+      if (decoded.size() >= 64) decoded.clear();
+      decoded.emplace(std::move(bytes), item);
+      return item;
     }
     if (object.isNull()) return std::nullopt;
     try {
@@ -280,8 +297,7 @@ class NVUserDefaults {
   template <class T>
   void remove(const DefaultsKey<T>& key) {
     platform::UserDefaults store = this->store();
-    using V = typename ValueTypeOf<T>::type;
-    DefaultsBridge<T>::save(key.key(), std::optional<V>(), store);
+    DefaultsBridge<T>::remove(key.key(), store);
   }
 
   // Whether the store holds anything under the key.
