@@ -203,17 +203,19 @@ class Parser {
     if (body.size() >= 6 && equalsIgnoringCase(body.substr(0, 6), "RRULE:")) body.remove_prefix(6);
     if (body.empty()) fail("rule text is empty");
     if (!body.empty() && body.back() == ';') body.remove_suffix(1);  // a trailing separator
-    for (std::string_view part : split(body, ';')) {
+    std::size_t start = 0;
+    while (start <= body.size()) {
+      std::size_t end = body.find(';', start);
+      if (end == std::string_view::npos) end = body.size();
+      const std::string_view part = body.substr(start, end - start);
+      start = end + 1;
       const std::size_t eq = part.find('=');
       if (part.empty()) fail("empty part (two ';' in a row)");
       if (eq == std::string_view::npos) fail("part " + quoted(part) + " has no '='");
       const std::string name = toUpper(part.substr(0, eq));
       const std::string_view value = part.substr(eq + 1);
       if (name.empty()) fail("part " + quoted(part) + " has no name");
-      if (std::find(seen_.begin(), seen_.end(), name) != seen_.end()) {
-        fail(name + " is given more than once");
-      }
-      seen_.push_back(name);
+      markSeen(name);
       if (value.empty() && name != "X-NV-DATES") fail(name + " has an empty value");
       apply(name, value, part);
     }
@@ -358,7 +360,35 @@ class Parser {
 
   std::string_view text_;
   SVRecurrenceRule rule_;
-  std::vector<std::string> seen_;
+  // Records a part name, failing when it was given before. Known names are bits of seenKnown_;
+  // other X- names are kept in seenOther_.
+  void markSeen(const std::string& name) {
+    static constexpr std::array<std::string_view, 22> kKnown = {"FREQ",          "INTERVAL",
+                                                                "COUNT",         "UNTIL",
+                                                                "WKST",          "BYDAY",
+                                                                "BYMONTHDAY",    "BYMONTH",
+                                                                "BYSETPOS",      "BYYEARDAY",
+                                                                "BYWEEKNO",      "BYHOUR",
+                                                                "BYMINUTE",      "BYSECOND",
+                                                                "RSCALE",        "SKIP",
+                                                                "X-NV-CALENDAR", "X-NV-WORKDAY",
+                                                                "X-NV-OFFICIAL", "X-NV-EBBINGHAUS",
+                                                                "X-NV-DATES",    ""};
+    for (std::size_t i = 0; i + 1 < kKnown.size(); ++i) {
+      if (name == kKnown[i]) {
+        if (seenKnown_ & (1u << i)) fail(name + " is given more than once");
+        seenKnown_ |= 1u << i;
+        return;
+      }
+    }
+    if (std::find(seenOther_.begin(), seenOther_.end(), name) != seenOther_.end()) {
+      fail(name + " is given more than once");
+    }
+    seenOther_.push_back(name);
+  }
+
+  std::uint32_t seenKnown_ = 0;
+  std::vector<std::string> seenOther_;
   bool haveFrequency_ = false;
 };
 
