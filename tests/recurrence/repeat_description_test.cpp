@@ -225,6 +225,23 @@ TEST_F(RepeatDescriptionTest, IntervalAndAfterCompletion) {
   EXPECT_EQ(Repeat::repeatDescriptionWithRRuleByCompletedTime(nullptr, true), "None");
 }
 
+#if __has_include("norvik/calendar/lunar_display.h")
+TEST_F(RepeatDescriptionTest, LunarMonthlyAndYearly) {
+  EXPECT_EQ(describe("RSCALE=CHINESE;FREQ=MONTHLY;BYMONTHDAY=15"), "Monthly (十五)");
+  EXPECT_EQ(describe("RSCALE=CHINESE;FREQ=MONTHLY;BYMONTHDAY=-1"), "Monthly (最后一天)");
+  EXPECT_EQ(describe("RSCALE=CHINESE;FREQ=MONTHLY;INTERVAL=2;BYMONTHDAY=3"),
+            "Every 2 months on 初三");
+  // 2024-03-05 is lunar 1/25.
+  EXPECT_EQ(describe("RSCALE=CHINESE;FREQ=MONTHLY"), "Monthly (廿五)");
+  EXPECT_EQ(describe("RSCALE=CHINESE;FREQ=YEARLY;BYMONTHDAY=1;BYMONTH=1"), "Yearly on 正月初一");
+  EXPECT_EQ(describe("RSCALE=CHINESE;FREQ=YEARLY;BYMONTHDAY=-1;BYMONTH=12"),
+            "Yearly on 腊月the last day");
+  EXPECT_EQ(describe("RSCALE=CHINESE;FREQ=YEARLY"), "Yearly on 正月廿五");
+  EXPECT_EQ(describe("RSCALE=CHINESE;FREQ=MONTHLY;BYMONTHDAY=15", {}, false, kTuesday, false),
+            "Every month");
+}
+#endif
+
 // The same rules in German and Simplified Chinese: keys, weekday names and dates all follow the
 // interface language.
 TEST_F(RepeatDescriptionTest, FollowsTheInterfaceLanguage) {
