@@ -1,3 +1,9 @@
+// GCC 12 reports the variant inside FormatArgument as maybe-uninitialized when it inlines the
+// format calls with optimisation and sanitizers; the variant is always constructed.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+
 #include "norvik/recurrence/repeat_description.h"
 
 #include <array>

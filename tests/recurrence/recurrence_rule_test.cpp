@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <libical/ical.h>
 
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -93,6 +94,7 @@ TEST(RecurrenceRuleParse, RoundTripsEveryPartAndLibicalAgrees) {
     EXPECT_NE(recur.freq, ICAL_NO_RECURRENCE) << "libical rejects " << text;
     char* written = icalrecurrencetype_as_string(&recur);
     EXPECT_TRUE(written != nullptr) << text;
+    std::free(recur.rscale);  // libical copies RSCALE for the caller
   }
 }
 
