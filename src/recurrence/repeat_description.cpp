@@ -7,15 +7,20 @@
 #include "norvik/recurrence/repeat_description.h"
 
 #include <array>
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <mutex>
+#include <unordered_map>
 #include <vector>
 
 #include "norvik/environment/user_language.h"
 #include "norvik/platform/calendar.h"
 #include "norvik/platform/date_formatter.h"
+#include "norvik/platform/environment.h"
 #include "norvik/platform/format.h"
 #include "norvik/platform/localized_string.h"
+#include "norvik/platform/notification_center.h"
 
 #if __has_include("norvik/calendar/lunar_display.h")
 #include "norvik/calendar/lunar_display.h"
@@ -40,11 +45,68 @@ constexpr std::array<std::string_view, 7> kWeekdayNames = {
 constexpr std::array<std::string_view, 12> kMonthAbbreviations = {
     "Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
+struct LocaleTexts;
+
+// Looked-up texts and the locale texts in use, kept while the environment and the chosen interface
+// language stay the same. A language change posts NVUserLanguageDidChangeNotification, which bumps
+// the generation; a new environment is a new object. Guarded by `mutex`.
+struct LookupCache {
+  std::mutex mutex;
+  std::shared_ptr<const platform::Environment> environment;
+  std::uint64_t generation = 0;
+  std::unordered_map<std::string, std::string> texts;  // table + '\x1f' + key -> text
+  const LocaleTexts* localeTexts = nullptr;
+
+  static std::atomic<std::uint64_t>& languageGeneration() {
+    static std::atomic<std::uint64_t> generation{1};
+    static const platform::ObserverToken token =
+        platform::NotificationCenter::defaultCenter().addObserver(
+            NVUserLanguageDidChangeNotification, nullptr,
+            [](const platform::Notification&) { generation.fetch_add(1); });
+    (void)token;
+    return generation;
+  }
+
+  // Drops everything when the environment or the language changed. Call with `mutex` held.
+  void validate(const std::shared_ptr<const platform::Environment>& env, std::uint64_t gen) {
+    if (env == environment && gen == generation) return;
+    environment = env;
+    generation = gen;
+    texts.clear();
+    localeTexts = nullptr;
+  }
+};
+
+LookupCache& lookupCache() {
+  static LookupCache cache;
+  return cache;
+}
+
+std::string cachedLookUp(std::string_view key, std::string_view table) {
+  BundleEx::installOnMainBundle();
+  const std::uint64_t gen = LookupCache::languageGeneration().load();
+  auto env = platform::currentEnvironment();
+  LookupCache& cache = lookupCache();
+  std::string id;
+  id.reserve(table.size() + 1 + key.size());
+  id.append(table).append(1, '\x1f').append(key);
+  {
+    std::lock_guard lock(cache.mutex);
+    cache.validate(env, gen);
+    if (auto it = cache.texts.find(id); it != cache.texts.end()) return it->second;
+  }
+  std::string text = platform::localizedString(key, "", table);
+  std::lock_guard lock(cache.mutex);
+  cache.validate(env, gen);
+  if (cache.texts.size() < 4096) cache.texts.emplace(std::move(id), text);
+  return text;
+}
+
 std::string lookUp(std::string_view key) {
-  return platform::localizedString(key, "");
+  return cachedLookUp(key, {});
 }
 std::string lookUpSpecial(std::string_view key) {
-  return platform::specialLocalizedString(key);
+  return cachedLookUp(key, kNVSpecialStringTable);
 }
 
 // Looks up `key` and formats the translation with the arguments; a translation whose specifiers
@@ -71,25 +133,42 @@ struct LocaleTexts {
 // without reading the stored choice on every description.
 const LocaleTexts& localeTexts() {
   BundleEx::installOnMainBundle();
+  const std::uint64_t gen = LookupCache::languageGeneration().load();
+  auto env = platform::currentEnvironment();
+  LookupCache& lookups = lookupCache();
+  {
+    std::lock_guard lock(lookups.mutex);
+    lookups.validate(env, gen);
+    if (lookups.localeTexts) return *lookups.localeTexts;
+  }
   const platform::Locale locale = platform::DateFormatter::shared().locale();
   const std::string identifier = locale.identifier();
   // Guarded by the mutex; entries are never removed, so references stay valid.
   static std::mutex mutex;
   static std::vector<std::pair<std::string, std::unique_ptr<LocaleTexts>>> cache;
-  std::lock_guard lock(mutex);
-  for (const auto& [id, texts] : cache) {
-    if (id == identifier) return *texts;
+  const LocaleTexts* found = nullptr;
+  {
+    std::lock_guard lock(mutex);
+    for (const auto& [id, texts] : cache) {
+      if (id == identifier) found = texts.get();
+    }
+    if (!found) {
+      const platform::Locale fixed(identifier);
+      platform::DateFormatter symbols("", fixed);
+      auto texts = std::make_unique<LocaleTexts>(
+          LocaleTexts{symbols.shortStandaloneWeekdaySymbols(), symbols.standaloneWeekdaySymbols(),
+                      platform::DateFormatter("", fixed), platform::DateFormatter("MMM", fixed)});
+      texts->monthDay.setLocalizedDateFormatFromTemplate("MMMd");
+      texts->shortWeekdays.resize(7);
+      texts->weekdays.resize(7);
+      found = texts.get();
+      cache.emplace_back(identifier, std::move(texts));
+    }
   }
-  const platform::Locale fixed(identifier);
-  platform::DateFormatter symbols("", fixed);
-  auto texts = std::make_unique<LocaleTexts>(
-      LocaleTexts{symbols.shortStandaloneWeekdaySymbols(), symbols.standaloneWeekdaySymbols(),
-                  platform::DateFormatter("", fixed), platform::DateFormatter("MMM", fixed)});
-  texts->monthDay.setLocalizedDateFormatFromTemplate("MMMd");
-  texts->shortWeekdays.resize(7);
-  texts->weekdays.resize(7);
-  cache.emplace_back(identifier, std::move(texts));
-  return *cache.back().second;
+  std::lock_guard lock(lookups.mutex);
+  lookups.validate(env, gen);
+  lookups.localeTexts = found;
+  return *found;
 }
 
 std::string_view weekdayName(const std::vector<std::string>& names, int dayNum) {

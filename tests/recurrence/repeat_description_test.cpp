@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <memory>
+#include <thread>
+#include <vector>
 
 #include "norvik/platform/environment.h"
 #include "support/test_support.h"
@@ -261,6 +264,38 @@ TEST_F(RepeatDescriptionTest, FollowsTheInterfaceLanguage) {
   EXPECT_EQ(describe("FREQ=WEEKLY;BYDAY=MO,FR"), "每周的周一, 周五");
   EXPECT_EQ(describe("FREQ=MONTHLY;BYMONTHDAY=15"), "每月（第15天）");
   EXPECT_EQ(describe("FREQ=YEARLY;BYMONTHDAY=5;BYMONTH=3"), "每年的3月5日");
+}
+
+}  // namespace
+}  // namespace norvik
+
+namespace norvik {
+namespace {
+
+// Descriptions from several threads share the lookup and formatter caches.
+TEST(RepeatDescriptionConcurrency, ThreadsShareTheCaches) {
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"FREQ=WEEKLY;INTERVAL=2;BYDAY=WE,MO", "Every 2 weeks on Mon, Wed"},
+      {"FREQ=MONTHLY;BYMONTHDAY=15", "Monthly (the 15th day)"},
+      {"FREQ=DAILY;INTERVAL=3", "Every 3 days"},
+  };
+  std::vector<std::shared_ptr<const SVRecurrenceRule>> rules;
+  for (const auto& entry : cases) rules.push_back(rule(entry.first));
+  std::atomic<int> mismatches{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&] {
+      for (int i = 0; i < 200; ++i) {
+        const std::size_t k = static_cast<std::size_t>(i) % rules.size();
+        if (Repeat::repeatDescriptionWithRRuleByDefaultOrDueDate(rules[k], {}, kTuesday) !=
+            cases[k].second) {
+          ++mismatches;
+        }
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(mismatches.load(), 0);
 }
 
 }  // namespace
