@@ -154,6 +154,20 @@ inline constexpr LocalizedKey kRecurrenceRepeatDescriptionKeys[] = {
     {"space", "Special"},
 };
 
+// recurrence/interval_description
+inline constexpr LocalizedKey kRecurrenceIntervalDescriptionKeys[] = {
+    {"%d days", ""},
+    {"1 day", ""},
+    {"%d weeks", ""},
+    {"1 week", ""},
+    {"%d months", ""},
+    {"1 month", ""},
+    {"%d years", ""},
+    {"%d year", ""},
+    {"%@ after completion", ""},
+    {"The next occurrence will appear %@ after completion of current occurrence.", ""},
+};
+
 // calendar/date_utils
 inline constexpr LocalizedKey kCalendarDateUtilsKeys[] = {
     {"the 1st", ""},  {"the 2nd", ""},  {"the 3rd", ""},  {"the 4th", ""},  {"the 5th", ""},
@@ -197,6 +211,7 @@ inline constexpr LocalizedKey kVocabularyTextHelpersKeys[] = {
 inline constexpr LocalizedKeyGroup kLocalizedKeyGroups[] = {
     {"environment/user_language", kEnvironmentUserLanguageKeys},
     {"recurrence/repeat_description", kRecurrenceRepeatDescriptionKeys},
+    {"recurrence/interval_description", kRecurrenceIntervalDescriptionKeys},
     {"calendar/date_utils", kCalendarDateUtilsKeys},
     {"vocabulary/smart_projects", kVocabularySmartProjectsKeys},
     {"vocabulary/text_helpers", kVocabularyTextHelpersKeys},

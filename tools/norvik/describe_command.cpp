@@ -1,0 +1,80 @@
+// norvik describe: the repeat description of a rule in the interface language.
+#include <ctime>
+#include <iostream>
+
+#include "norvik/platform/calendar.h"
+#include "norvik/recurrence/repeat_description.h"
+#include "recurrence_cli.h"
+
+namespace norvik::cli {
+namespace {
+
+struct DescribeArgs {
+  std::string rule;
+  std::string from;
+  std::string date;
+  bool showCount = false;
+  bool noReminderInfo = false;
+};
+
+// YYYY-MM-DD or YYYY-MM-DDTHH:MM, local time in the current time zone.
+platform::Date parseLocalDate(const std::string& text) {
+  int y = 0, mo = 0, d = 0, h = 0, mi = 0;
+  char tail = 0;
+  const int n = std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d%c", &y, &mo, &d, &h, &mi, &tail);
+  if (!(n == 3 && text.size() == 10) && !(n == 5 && text.size() == 16)) {
+    throw UsageError("'" + text + "' is not a date (YYYY-MM-DD or YYYY-MM-DDTHH:MM)");
+  }
+  platform::DateComponents components;
+  components.year = y;
+  components.month = mo;
+  components.day = d;
+  components.hour = h;
+  components.minute = mi;
+  const auto date = platform::Calendar::currentGregorian().dateFromComponents(components);
+  if (!date) throw UsageError("'" + text + "' is not a calendar date");
+  return *date;
+}
+
+void addDescribeCommand(CLI::App& app, const GlobalOptions& options, Action& run) {
+  auto args = std::make_shared<DescribeArgs>();
+  CLI::App* command =
+      app.add_subcommand("describe", "The repeat description of a rule, in the interface language");
+  command->add_option("RULE", args->rule, "RRULE text")->required();
+  command->add_option("--from", args->from, "Recurrence-from mode")
+      ->check(CLI::IsMember({"default", "duedate"}));
+  command->add_option("--date", args->date, "Relative date, YYYY-MM-DD[THH:MM] (default: now)");
+  command->add_flag("--show-count", args->showCount, "Show the Ebbinghaus repetition number");
+  command->add_flag("--no-reminder-info", args->noReminderInfo, "Leave out the days");
+  command->callback([&options, &run, args] {
+    run = [&options, args] {
+      applyLanguageOption(options);
+      const auto rule = parseRuleArgument(args->rule);
+      std::optional<std::string_view> from;
+      if (args->from == "default") from = SVRecurrenceFromDefault;
+      if (args->from == "duedate") from = SVRecurrenceFromDueDate;
+      std::optional<platform::Date> date;
+      if (!args->date.empty()) date = parseLocalDate(args->date);
+      const std::string text = Repeat::repeatDescriptionWithRRuleByDefaultOrDueDate(
+          rule, from, args->showCount, date, !args->noReminderInfo);
+      if (options.json) {
+        printJSON({{"operation", "repeatDescriptionWithRRuleByDefaultOrDueDate"},
+                   {"rule", rule->toIcal()},
+                   {"recurrenceFrom", from ? nlohmann::json(std::string(*from)) : nlohmann::json()},
+                   {"isNeedShowCount", args->showCount},
+                   {"isNeedReminderDateInfo", !args->noReminderInfo},
+                   {"relativeDate",
+                    date ? nlohmann::json(date->timeIntervalSince1970()) : nlohmann::json()},
+                   {"description", text}});
+      } else {
+        std::cout << text << "\n";
+      }
+      return 0;
+    };
+  });
+}
+
+const CommandRegistration registration(&addDescribeCommand);
+
+}  // namespace
+}  // namespace norvik::cli
