@@ -20,7 +20,6 @@ void addAfterCompletionCommand(CLI::App& app, const GlobalOptions& options, Acti
   command->add_flag("--simplified", args->simplified, "The short form");
   command->callback([&options, &run, args] {
     run = [&options, args] {
-      applyLanguageOption(options);
       const auto rule = parseRuleArgument(args->rule);
       const std::string text =
           Repeat::repeatDescriptionWithRRuleByCompletedTime(rule, args->simplified);

@@ -48,7 +48,6 @@ void addDescribeCommand(CLI::App& app, const GlobalOptions& options, Action& run
   command->add_flag("--no-reminder-info", args->noReminderInfo, "Leave out the days");
   command->callback([&options, &run, args] {
     run = [&options, args] {
-      applyLanguageOption(options);
       const auto rule = parseRuleArgument(args->rule);
       std::optional<std::string_view> from;
       if (args->from == "default") from = SVRecurrenceFromDefault;

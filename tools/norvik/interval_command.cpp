@@ -13,7 +13,6 @@ void addIntervalCommand(CLI::App& app, const GlobalOptions& options, Action& run
   command->add_option("RULE", *text, "RRULE text")->required();
   command->callback([&options, &run, text] {
     run = [&options, text] {
-      applyLanguageOption(options);
       const auto rule = parseRuleArgument(*text);
       const std::string period = Repeat::intervalDescriptionWithRRule(rule);
       if (options.json) {

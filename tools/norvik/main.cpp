@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "cli.h"
+#include "norvik/environment/user_language.h"
 #include "norvik/platform/environment.h"
 
 namespace {
@@ -14,6 +15,23 @@ void applyGlobalOptions(const norvik::cli::GlobalOptions& options) {
     if (!options.bundle.empty()) env.mainBundlePath = options.bundle;
     if (!options.timeZone.empty()) env.timeZoneIdentifier = options.timeZone;
   });
+  // --lang stores the interface-language choice in the run's container, as the settings screen
+  // would; "system" goes back to following the system.
+  if (options.lang.empty()) return;
+  if (options.lang == "system") {
+    norvik::NVUserLanguage::setUserLanguageType(0);
+    return;
+  }
+  for (const auto& entry : norvik::NVUserLanguage::supportedLanguages()) {
+    if (entry.code == options.lang) {
+      if (!norvik::NVUserLanguage::setUserLanguageType(entry.type)) {
+        norvik::NVUserLanguage::updateUserLanguageAndNotify();
+      }
+      return;
+    }
+  }
+  throw norvik::cli::UsageError("unknown language code '" + options.lang +
+                                "' (a supported code such as de or zh-Hans, or system)");
 }
 
 }  // namespace
