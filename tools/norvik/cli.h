@@ -46,6 +46,10 @@ struct CommandRegistration {
 // Adds every registered subcommand to the program.
 void addRegisteredCommands(CLI::App& app, const GlobalOptions& options, Action& run);
 
+// A month calendar with lunar texts, festivals and solar terms; `text` is YYYY-MM or empty for
+// this month.
+int runMonth(const GlobalOptions& options, const std::string& text);
+
 // The main job: this month and example rule descriptions.
 int runOverview(const GlobalOptions& options);
 

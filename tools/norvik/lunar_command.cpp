@@ -130,6 +130,8 @@ std::string centred(const std::string& text, int width) {
          std::string(static_cast<std::size_t>(right), ' ');
 }
 
+}  // namespace
+
 int runMonth(const GlobalOptions& options, const std::string& text) {
   const platform::Calendar calendar = platform::Calendar::currentGregorian();
   const platform::Date now = platform::Date::now();
@@ -217,6 +219,8 @@ int runMonth(const GlobalOptions& options, const std::string& text) {
   std::cout << out.str();
   return 0;
 }
+
+namespace {
 
 void addLunarCommands(CLI::App& app, const GlobalOptions& options, Action& run) {
   auto day = std::make_shared<std::string>();
