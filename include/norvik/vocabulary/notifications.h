@@ -6,6 +6,8 @@
 #include <optional>
 #include <string_view>
 
+#include "norvik/environment/user_language.h"
+
 namespace norvik {
 
 // Names of the application's notifications. Each value is the constant's own name, except
@@ -96,8 +98,8 @@ inline constexpr std::string_view NVTimeFormatChangeNotification = "NVTimeFormat
 inline constexpr std::string_view NVURLSubscribedCalendarSuccessNotification =
     "NVURLSubscribedCalendarSuccessNotification";
 inline constexpr std::string_view NVUpdateFocusDataNotification = "NVUpdateFocusDataNotification";
-inline constexpr std::string_view NVUserLanguageDidChangeNotification =
-    "NVUserLanguageDidChangeNotification";
+// NVUserLanguageDidChangeNotification belongs to this family too; it is declared with the
+// interface-language operations in norvik/environment/user_language.h.
 inline constexpr std::string_view NVWeekNumbersEnabledDidChangeNotification =
     "NVWeekNumbersEnabledDidChangeNotification";
 inline constexpr std::string_view NVWeekStartOnDidChangeNotification =
