@@ -1,6 +1,10 @@
 #pragma once
 // NorvikFoundationKit: every public header of the library.
 
+#include "norvik/environment/language_environment.h"
+#include "norvik/environment/message_identifiers.h"
+#include "norvik/environment/site_domain.h"
+#include "norvik/environment/user_language.h"
 #include "norvik/platform/bundle.h"
 #include "norvik/platform/calendar.h"
 #include "norvik/platform/date.h"
@@ -9,6 +13,8 @@
 #include "norvik/platform/format.h"
 #include "norvik/platform/json.h"
 #include "norvik/platform/locale.h"
+#include "norvik/platform/localized_string.h"
+#include "norvik/platform/message_channel.h"
 #include "norvik/platform/notification_center.h"
 #include "norvik/platform/property_list.h"
 #include "norvik/platform/strings_table.h"
