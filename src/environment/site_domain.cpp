@@ -18,10 +18,9 @@ namespace {
 
 constexpr std::string_view kScheme = "https://";
 
+// A string as stored, a number as its decimal text (the store's own conversion), else nothing.
 std::optional<std::string> storedString(std::string_view key) {
-  const platform::Value value = NVAppGroupUserDefaults().objectForKey(key);
-  if (const std::string* text = value.string()) return *text;
-  return std::nullopt;
+  return NVAppGroupUserDefaults().stringForKey(key);
 }
 
 void storeString(std::string_view key, const std::optional<std::string>& value, bool writeThrough) {

@@ -30,8 +30,8 @@ struct NVSiteDomainConfigurator {
   static std::string_view builtInNorvikSiteDomain();
   static std::string_view builtInLumoSiteDomain();
 
-  // The stored base address when it is a string, else the built-in one. Setting std::nullopt
-  // removes the stored address.
+  // The stored base address (a stored number reads as its decimal text), else the built-in one.
+  // Setting std::nullopt removes the stored address.
   static std::string LumoSiteDomain();
   static void setLumoSiteDomain(std::optional<std::string> address);
   static std::string NorvikSiteDomain();
