@@ -5,13 +5,7 @@
 #include <exception>
 
 #include "norvik/environment/user_language.h"
-
-#ifndef NORVIK_NORVIK_SITE_DOMAIN
-#define NORVIK_NORVIK_SITE_DOMAIN "https://api.norvik.app"
-#endif
-#ifndef NORVIK_LUMO_SITE_DOMAIN
-#define NORVIK_LUMO_SITE_DOMAIN "https://api.lumo.cn"
-#endif
+#include "norvik/platform/build_config.h"
 
 namespace norvik::detail {
 namespace {
@@ -56,11 +50,11 @@ using detail::storedString;
 using detail::storeString;
 
 std::string_view NVSiteDomainConfigurator::builtInNorvikSiteDomain() {
-  return NORVIK_NORVIK_SITE_DOMAIN;
+  return kNVNorvikBuiltInSiteDomain;
 }
 
 std::string_view NVSiteDomainConfigurator::builtInLumoSiteDomain() {
-  return NORVIK_LUMO_SITE_DOMAIN;
+  return kNVLumoBuiltInSiteDomain;
 }
 
 std::string NVSiteDomainConfigurator::LumoSiteDomain() {
