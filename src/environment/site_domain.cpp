@@ -5,23 +5,16 @@
 #include <exception>
 
 #include "norvik/environment/user_language.h"
-
-#ifndef NORVIK_NORVIK_SITE_DOMAIN
-#define NORVIK_NORVIK_SITE_DOMAIN "https://api.norvik.app"
-#endif
-#ifndef NORVIK_LUMO_SITE_DOMAIN
-#define NORVIK_LUMO_SITE_DOMAIN "https://api.lumo.cn"
-#endif
+#include "norvik/platform/build_config.h"
 
 namespace norvik::detail {
 namespace {
 
 constexpr std::string_view kScheme = "https://";
 
+// A string as stored, a number as its decimal text (the store's own conversion), else nothing.
 std::optional<std::string> storedString(std::string_view key) {
-  const platform::Value value = NVAppGroupUserDefaults().objectForKey(key);
-  if (const std::string* text = value.string()) return *text;
-  return std::nullopt;
+  return NVAppGroupUserDefaults().stringForKey(key);
 }
 
 void storeString(std::string_view key, const std::optional<std::string>& value, bool writeThrough) {
@@ -57,11 +50,11 @@ using detail::storedString;
 using detail::storeString;
 
 std::string_view NVSiteDomainConfigurator::builtInNorvikSiteDomain() {
-  return NORVIK_NORVIK_SITE_DOMAIN;
+  return kNVNorvikBuiltInSiteDomain;
 }
 
 std::string_view NVSiteDomainConfigurator::builtInLumoSiteDomain() {
-  return NORVIK_LUMO_SITE_DOMAIN;
+  return kNVLumoBuiltInSiteDomain;
 }
 
 std::string NVSiteDomainConfigurator::LumoSiteDomain() {

@@ -63,9 +63,8 @@ void attachLanguage(std::optional<std::string> code) {
   state.bundle.reset();
 }
 
-std::shared_ptr<Bundle> attachedBundle() {
+std::shared_ptr<Bundle> attachedBundle(std::shared_ptr<Bundle> main) {
   auto& state = attached();
-  std::shared_ptr<Bundle> main = Bundle::main();
   std::lock_guard lock(state.mutex);
   if (!state.code) return nullptr;
   if (state.resolvedFor != main) {
@@ -211,7 +210,7 @@ std::string BundleEx::localizedStringForKey(std::string_view key, std::string_vi
   try {
     installOnMainBundle();
     const auto main = platform::Bundle::main();
-    const auto language = detail::attachedBundle();
+    const auto language = detail::attachedBundle(main);
     std::string result = language ? language->localizedString(key, value, table)
                                   : main->localizedString(key, value, table);
     if (result != key) return result;
@@ -224,7 +223,7 @@ std::string BundleEx::localizedStringForKey(std::string_view key, std::string_vi
 std::optional<std::string> BundleEx::attachedLanguageCode() {
   try {
     installOnMainBundle();
-    if (!detail::attachedBundle()) return std::nullopt;
+    if (!detail::attachedBundle(platform::Bundle::main())) return std::nullopt;
     auto& state = detail::attached();
     std::lock_guard lock(state.mutex);
     return state.code;

@@ -184,6 +184,22 @@ struct MessageChannel::Impl : std::enable_shared_from_this<MessageChannel::Impl>
   }
 };
 
+void runDefaultMainLoop(double seconds, const std::function<bool()>& shouldStop) {
+  GMainContext* context = g_main_context_default();
+  if (!g_main_context_acquire(context)) return;
+  // A periodic wake-up so that the deadline and `shouldStop` are honoured while nothing happens.
+  const guint wakeUp = g_timeout_add(
+      50, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
+  const gint64 deadline = (seconds < 0 || seconds > 1e9)
+                              ? G_MAXINT64
+                              : g_get_monotonic_time() + static_cast<gint64>(seconds * 1e6);
+  while (g_get_monotonic_time() < deadline && !(shouldStop && shouldStop())) {
+    g_main_context_iteration(context, TRUE);
+  }
+  g_source_remove(wakeUp);
+  g_main_context_release(context);
+}
+
 bool isAppGroupEnabled(std::string_view applicationGroupIdentifier) {
   if (applicationGroupIdentifier != kNVAppGroupIdentifier) return false;
   const std::string container = currentEnvironment()->appGroupContainerDirectory;

@@ -55,8 +55,10 @@ TEST_F(SiteDomainTest, StoredValuesReachOtherHandlesAndWrongTypesReadAsDefaults)
   auto store = NVAppGroupUserDefaults();
   store.setObject(platform::Value(platform::Array{}), kNVCurrentIPTypeKey);
   store.setObject(platform::Value(42), kNVLumoSiteDomainKey);
+  store.setObject(platform::Value(platform::Array{}), kNVNorvikSiteDomainKey);
   EXPECT_EQ(C::currentIPType(), 0);
-  EXPECT_EQ(C::LumoSiteDomain(), C::builtInLumoSiteDomain());
+  EXPECT_EQ(C::LumoSiteDomain(), "42");  // the store's string conversion of a number
+  EXPECT_EQ(C::NorvikSiteDomain(), C::builtInNorvikSiteDomain());
 }
 
 TEST_F(SiteDomainTest, PreSignInUserNamesBySite) {

@@ -4,10 +4,12 @@
 #include <glib.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <thread>
+#include <vector>
 
 #include "environment/language_test_support.h"
 #include "norvik/platform/localized_string.h"
@@ -109,6 +111,49 @@ TEST(UserLanguageRelayConcurrency, OtherProcessHearsTheChangeWithinASecond) {
   EXPECT_TRUE(ready);
   EXPECT_EQ(childStatus, 0);
   NVUserLanguage::setUserLanguageType(0);
+}
+
+}  // namespace
+}  // namespace norvik
+
+namespace norvik {
+namespace {
+
+// Start-up happens once, before the first answer, whichever thread looks up first.
+TEST(UserLanguageStartUpConcurrency, DISABLED_FirstLookupsFromManyThreads) {
+  if (testing::childRole() != "threads") GTEST_SKIP();
+  platform::modifyEnvironment(
+      [](platform::Environment& env) { env.mainBundlePath = std::getenv("NORVIK_TEST_BUNDLE"); });
+  std::atomic<int> german{0};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([&] {
+      if (platform::localizedString("Today") == "Heute") ++german;
+    });
+  }
+  for (auto& t : threads) t.join();
+  EXPECT_EQ(german.load(), 8);
+}
+
+TEST(UserLanguageStartUpConcurrency, EveryThreadSeesTheStoredLanguage) {
+  testing::TempDir dir;
+  testing::writeLanguageBundle(dir.file("Main.bundle"), "app.norvik.taskcalendar.tests");
+  const std::string group = dir.file("group");
+  {
+    auto env = testing::baseEnvironment();
+    env.appGroupContainerDirectory = group;
+    platform::ScopedEnvironment scoped(env);
+    std::filesystem::create_directories(group);
+    auto store = NVAppGroupUserDefaults();
+    store.setObject(platform::Value("de"), kNVAppUserLanguageKey);
+    ASSERT_TRUE(store.synchronize());
+  }
+  EXPECT_EQ(
+      testing::runChildTest("UserLanguageStartUpConcurrency.DISABLED_FirstLookupsFromManyThreads",
+                            {{"NORVIK_TEST_CHILD_ROLE", "threads"},
+                             {"NORVIK_TEST_APP_GROUP_DIR", group},
+                             {"NORVIK_TEST_BUNDLE", dir.file("Main.bundle")}}),
+      0);
 }
 
 }  // namespace

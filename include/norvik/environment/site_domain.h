@@ -4,8 +4,7 @@
 // group's store, and predicates that tell whether an address or host belongs to a site.
 //
 // Base addresses are "https://" plus the host, without a trailing slash. Each has a built-in value
-// fixed when the library is built (CMake options NORVIK_NORVIK_SITE_DOMAIN and
-// NORVIK_LUMO_SITE_DOMAIN). Every setter writes the store through, except
+// fixed when the library is built (norvik/platform/build_config.h). Every setter writes the store through, except
 // updateLastSignedAccountType. All comparisons are exact and case-sensitive.
 
 #include <cstdint>
@@ -30,8 +29,8 @@ struct NVSiteDomainConfigurator {
   static std::string_view builtInNorvikSiteDomain();
   static std::string_view builtInLumoSiteDomain();
 
-  // The stored base address when it is a string, else the built-in one. Setting std::nullopt
-  // removes the stored address.
+  // The stored base address (a stored number reads as its decimal text), else the built-in one.
+  // Setting std::nullopt removes the stored address.
   static std::string LumoSiteDomain();
   static void setLumoSiteDomain(std::optional<std::string> address);
   static std::string NorvikSiteDomain();

@@ -27,6 +27,12 @@ namespace norvik::platform {
 // can be created.
 bool isAppGroupEnabled(std::string_view applicationGroupIdentifier);
 
+// Runs the process's default main loop on the calling thread, dispatching whatever is ready
+// (channel listeners among it), for `seconds` (forever when negative) or until `shouldStop`
+// returns true; it is asked after every dispatch and at least every 50 ms. Returns at once when
+// another thread owns the default loop.
+void runDefaultMainLoop(double seconds, const std::function<bool()>& shouldStop = {});
+
 class MessageChannel {
  public:
   // The channel in the subdirectory `directory` (a plain name: letters, digits, '.', '-', '_', not
