@@ -30,9 +30,13 @@ void addThemesCommand(CLI::App& app, const GlobalOptions& options, Action& run) 
       }
       std::size_t index = 0;
       for (NVThemeIdentifier theme : allThemeIdentifiers()) {
-        std::cout << std::setw(2) << index++ << "  " << std::left << std::setw(16)
-                  << rawValue(theme) << std::right << (isSpecial(theme) ? "special tab bar" : "")
-                  << "\n";
+        std::cout << std::setw(2) << index++ << "  ";
+        if (isSpecial(theme)) {
+          std::cout << std::left << std::setw(16) << rawValue(theme) << std::right
+                    << "special tab bar\n";
+        } else {
+          std::cout << rawValue(theme) << "\n";
+        }
       }
       std::cout << "solid to gradient:";
       for (std::string_view name : themesSolidToGradient()) std::cout << " " << name;
