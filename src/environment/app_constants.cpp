@@ -101,20 +101,6 @@ std::int64_t NVConstants::versionInteger(std::string_view marketingVersion) {
   return result;
 }
 
-bool NVObjectIsNilOrNull(const platform::Value* object) noexcept {
-  return object == nullptr || object->isNull();
-}
-
-bool NVObjectIsEqualToObject(const platform::Value* a, const platform::Value* b) noexcept {
-  if (a == b) return true;
-  if (a == nullptr || b == nullptr) return false;
-  return *a == *b;
-}
-
-bool NVObjectIsDifferentFromObject(const platform::Value* a, const platform::Value* b) noexcept {
-  return !NVObjectIsEqualToObject(a, b);
-}
-
 NVDeviceType NVCurrentDeviceType() {
   const std::string& idiom = platform::currentEnvironment()->device.idiom;
   if (idiom == "phone") return NVDeviceTypePhone;

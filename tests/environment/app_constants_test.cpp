@@ -11,8 +11,6 @@
 namespace norvik {
 namespace {
 
-using platform::Value;
-
 // A main bundle whose Info.plist has the given marketing and build versions.
 void writeInfoPlist(const std::string& directory, const std::string& version,
                     const std::string& build) {
@@ -89,18 +87,7 @@ TEST(AppConstants, SystemVersionsCompareNumericallyPartByPart) {
   EXPECT_GT(compareVersionsNumerically("17.2", "17.1.9"), 0);
 }
 
-TEST(AppConstants, NullTolerantComparisons) {
-  const Value a("x"), b("x"), c("y"), null;
-  EXPECT_TRUE(NVObjectIsNilOrNull(nullptr));
-  EXPECT_TRUE(NVObjectIsNilOrNull(&null));
-  EXPECT_FALSE(NVObjectIsNilOrNull(&a));
-  EXPECT_TRUE(NVObjectIsEqualToObject(nullptr, nullptr));
-  EXPECT_FALSE(NVObjectIsEqualToObject(nullptr, &a));
-  EXPECT_FALSE(NVObjectIsEqualToObject(&a, nullptr));
-  EXPECT_TRUE(NVObjectIsEqualToObject(&a, &b));
-  EXPECT_FALSE(NVObjectIsEqualToObject(&a, &c));
-  EXPECT_FALSE(NVObjectIsDifferentFromObject(nullptr, nullptr));
-  EXPECT_TRUE(NVObjectIsDifferentFromObject(nullptr, &a));
+TEST(AppConstants, AngleConversions) {
   EXPECT_DOUBLE_EQ(DEGREE_TO_RADIAN(180), 3.141592653589793);
   EXPECT_DOUBLE_EQ(RADIAN_TO_DEGREE(DEGREE_TO_RADIAN(90)), 90);
 }

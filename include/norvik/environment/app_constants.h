@@ -2,8 +2,9 @@
 // Small facts about the running application and device: the installation's identifier, the main
 // bundle's identifier and versions, the marketing version as one integer, the kind of device,
 // whether the process is an extension, system-version comparisons, and the device description
-// sent with sign-in and other server requests. Also the identifiers of the cross-process messages
-// exchanged between the application and its extensions, and three null-tolerant comparisons.
+// sent with sign-in and other server requests. The null-tolerant comparisons are in
+// settings/copy_helpers.h, the cross-process message identifiers in
+// environment/message_identifiers.h.
 //
 // Everything about the device is read from platform::currentEnvironment(); everything about the
 // application from the main bundle's Info.plist. All functions may be called from any thread.
@@ -14,7 +15,6 @@
 #include <string_view>
 
 #include "norvik/platform/environment.h"
-#include "norvik/platform/value.h"
 
 namespace norvik {
 
@@ -64,14 +64,6 @@ struct NVConstants {
   // too (the collision is deliberate), 6 gives 6000, 6.3.1.25 gives 6312.
   static std::int64_t versionInteger(std::string_view marketingVersion);
 };
-
-// True for no object and for the null object.
-bool NVObjectIsNilOrNull(const platform::Value* object) noexcept;
-// True when a and b are the same object (both absent included); otherwise a's equality with b,
-// false when a is absent.
-bool NVObjectIsEqualToObject(const platform::Value* a, const platform::Value* b) noexcept;
-// The exact negation of NVObjectIsEqualToObject.
-bool NVObjectIsDifferentFromObject(const platform::Value* a, const platform::Value* b) noexcept;
 
 NVDeviceType NVCurrentDeviceType();
 bool NVCurrentDeviceIsiPhone();

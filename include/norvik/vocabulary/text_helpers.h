@@ -67,9 +67,9 @@ std::string processingMarkdownAttachmentsAsTaskContent(std::string_view content)
 // The same, and link images removed.
 std::string processingMarkdownAttachmentsWithoutLinkImage(std::string_view content);
 // Attachments replaced, then every link "[text](address)" written as "text (address)" (as
-// "address" alone when text and address are the same).
+// "address" alone when text and address are the same). Image syntax "![...](...)" is not a link.
 std::string replacingMarkdownElementsAsTaskContent(std::string_view content);
-// Attachments replaced, then link markup removed (each link becomes its text).
+// Attachments replaced, then link markup removed (each link becomes its text; image syntax stays).
 std::string processingMarkdownElementsAsTaskContent(std::string_view content);
 // Every attachment replaced by what `placeholder` gives for its file name.
 std::string processingMarkdownAttachmentsAsTaskContentByFileName(
