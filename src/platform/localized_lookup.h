@@ -1,0 +1,16 @@
+#pragma once
+// How the interface-language layer takes over the main bundle's localized lookups.
+
+#include <string>
+#include <string_view>
+
+namespace norvik::detail {
+
+using MainBundleLookup = std::string (*)(std::string_view key, std::string_view value,
+                                         std::string_view table);
+
+// Routes every platform::localizedString() call through `lookup` from now on (null: the main
+// bundle's own lookup). Installed once while the library loads.
+void setMainBundleLookup(MainBundleLookup lookup) noexcept;
+
+}  // namespace norvik::detail
