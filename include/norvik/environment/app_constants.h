@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 
+#include "norvik/environment/message_identifiers.h"
 #include "norvik/platform/environment.h"
 
 namespace norvik {

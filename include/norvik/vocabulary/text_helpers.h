@@ -37,13 +37,15 @@ std::set<std::string> nv_searchKeywords(std::string_view text);
 std::vector<std::string> nv_searchKeywords_array(std::string_view text);
 
 // Whether the text is an address of the service's default avatar image: the China-region site's
-// secure web address (its host with the "www." prefix) followed by "/static/img/avatar", anything,
+// secure web address ("https://www." and the last two labels of its host) followed by
+// "/static/img/avatar", anything,
 // ".png", found anywhere in the text; or a text that ends with "/image/avatar.png".
 bool isDefaultAvatarURL(std::string_view text);
 
 // Whether the text contains one of the service's placeholder e-mail addresses, which end the text:
 // word characters with "-", "+" or "." between groups, "@user", any one character, then
-// optionally the labels of the China-region host and the product's name "norvik" in that order,
+// optionally the two labels of the China-region site's domain ("lumo", "cn" for api.lumo.cn) and
+// the product's name "norvik" in that order,
 // any one character and "com". The dots of the pattern match any character on purpose.
 bool isFakedEmailFormat(std::string_view text);
 
