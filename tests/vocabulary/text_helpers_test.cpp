@@ -8,6 +8,8 @@
 #include <map>
 
 #include "norvik/platform/environment.h"
+#include "norvik/settings/registry.h"
+#include "norvik/vocabulary/smart_projects.h"
 #include "support/test_support.h"
 
 namespace norvik {
@@ -128,6 +130,21 @@ TEST_F(LocalizedBundle, MarkdownAttachmentsBecomePlaceholders) {
             "![logo](https://x.org/l.png)");
   EXPECT_EQ(processingMarkdownAttachmentsAsTaskContent("![image](/abs/path.png)"),
             "![image](/abs/path.png)");
+}
+
+TEST_F(LocalizedBundle, SmartListNamesAndInboxes) {
+  NVUserDefaultManager::shared().setCurrentInboxID("u42box");
+  EXPECT_EQ(SmartProject::nameForSmartProjectID("localInboxID"), "[Inbox]");
+  EXPECT_EQ(SmartProject::nameForSmartProjectID("u42box"), "[Inbox]");
+  EXPECT_EQ(SmartProject::nameForSmartProjectID("Inbox123"), "[Inbox]");
+  EXPECT_EQ(SmartProject::nameForSmartProjectID("INBOX"), "[Inbox]");
+  EXPECT_EQ(SmartProject::nameForSmartProjectID(kNVNext7DaysSmartProjectID), "[Next 7 Days]");
+  EXPECT_EQ(SmartProject::nameForSmartProjectID(kNVAbandonedSmartProjectID), "[Won't Do]");
+  // A display key without a translation shows as the key.
+  EXPECT_EQ(SmartProject::nameForSmartProjectID(kNVHabitSmartProjectID), "Habit");
+  EXPECT_EQ(SmartProject::nameForSmartProjectID("smart_all_project_id"), "");
+  EXPECT_EQ(SmartProject::nameForSmartProjectID("inbo"), "");
+  EXPECT_EQ(SmartProject::nameForSmartProjectID(""), "");
 }
 
 }  // namespace
