@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <thread>
+#include <vector>
 
 namespace norvik {
 namespace {
@@ -97,6 +99,29 @@ TEST(ColorPalette, RandomOrderIsShadeByShadeWithinEachHalf) {
     const std::string pick = stringForRandomColor();
     EXPECT_NE(std::find(randomColors().begin(), randomColors().end(), pick), randomColors().end());
   }
+}
+
+// Views on several threads share the cache: every look-up gives the parsed colour, and the cache
+// ends with one entry per text and alpha.
+TEST(ColorCacheConcurrency, SharedLookUpsAgree) {
+  NVColor::releaseColorCache();
+  std::vector<std::thread> threads;
+  std::vector<int> mismatches(4, 0);
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([t, &mismatches] {
+      for (int round = 0; round < 200; ++round) {
+        for (std::string_view text : projectColors()) {
+          if (NVColor::cached_colorWithHexString(text) != NVColor::colorWithHexString(text)) {
+            ++mismatches[t];
+          }
+        }
+        if (t == 0 && round % 50 == 0) NVColor::releaseColorCache();
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(mismatches, std::vector<int>(4, 0));
+  EXPECT_LE(NVColor::colorCacheDictionary().size(), 50u);
 }
 
 }  // namespace

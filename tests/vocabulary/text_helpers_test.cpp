@@ -75,6 +75,12 @@ TEST(TextHelpers, TrimMarkdownLinkKeepsLinkText) {
   EXPECT_EQ(trimMarkdownLink(""), "");
 }
 
+TEST(TextHelpers, ApplicationBundleIdentifier) {
+  EXPECT_TRUE(isApplicationBundleID("app.norvik.taskcalendar"));
+  EXPECT_FALSE(isApplicationBundleID("app.norvik.taskcalendar.widget"));
+  EXPECT_FALSE(isApplicationBundleID("App.norvik.taskcalendar"));
+}
+
 TEST(TextHelpers, CollectionHelpersOverAnyRange) {
   const std::list<std::string> words{"apple", "avocado", "banana", "", "blueberry"};
   auto byLetter = group(words, [](const std::string& w) {

@@ -45,9 +45,9 @@ inline constexpr NVDeviceType NVDeviceTypeOther = 5;
 
 // Facts from the main bundle and the installation.
 struct NVConstants {
-  // The installation identifier: the settings manager's stored app identifier; when none is
-  // stored, a new one from generate32UUID() is stored and returned. The first identifier of a
-  // process is made under a once-only guard, so concurrent first calls agree.
+  // The installation identifier: the settings manager's stored app identifier ("app_id"); when
+  // none is stored (or it is empty), a new one from generate32UUID() is stored and returned. The
+  // read-generate-store step runs under a lock, so concurrent first calls agree.
   static std::string appID();
   // Info.plist "CFBundleIdentifier"; std::nullopt when missing or not a string.
   static std::optional<std::string> bundleIdentifier();
@@ -112,7 +112,9 @@ struct NVUtils {
   // phone, "ios_ipad" for a pad, left out otherwise), "os" (system name and version), "name" (the
   // device name, urlEncoded), "device" (the model identifier with "," replaced by "."), "id"
   // (NVConstants::appID()), "channel" ("app_store"), "campaign" (left out when absent) and
-  // "version" (bundleVersionInteger, followed by "(<build>)" when `buildVersionIncluded`).
+  // "version" (bundleVersionInteger, followed by "(<build>)" when `buildVersionIncluded`; "(null)"
+  // when the bundle has no build number). Keys come out sorted. "{}" when a text from the
+  // environment is not valid UTF-8 and so has no JSON form.
   static std::string deviceInformationWithBuildVersionIncluded(
       bool buildVersionIncluded, std::optional<std::string_view> campaign);
 };
