@@ -19,7 +19,7 @@ class DeviceInformation : public ::testing::Test {
         << "<key>CFBundleVersion</key><string>1234</string></dict></plist>\n";
     platform::modifyEnvironment([&](platform::Environment& e) {
       e.mainBundlePath = bundle_.path();
-      e.device.systemName = "iOS";
+      e.device.systemName = "PhoneOS";
       e.device.systemVersion = "17.2";
       e.device.name = "Anna's phone";
       e.device.modelIdentifier = "iPhone12,1";
@@ -41,7 +41,7 @@ class DeviceInformation : public ::testing::Test {
 TEST_F(DeviceInformation, KeysPerDeviceType) {
   const auto phone = describe("phone", true, "spring");
   EXPECT_EQ(phone.at("platform"), platform::Value("ios_iphone"));
-  EXPECT_EQ(phone.at("os"), platform::Value("iOS 17.2"));
+  EXPECT_EQ(phone.at("os"), platform::Value("PhoneOS 17.2"));
   EXPECT_EQ(phone.at("name"), platform::Value("Anna%27s%20phone"));
   EXPECT_EQ(phone.at("device"), platform::Value("iPhone12.1"));
   EXPECT_EQ(phone.at("channel"), platform::Value("app_store"));
