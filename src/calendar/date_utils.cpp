@@ -11,6 +11,7 @@
 #include "norvik/platform/bundle.h"
 #include "norvik/platform/calendar.h"
 #include "norvik/platform/date_formatter.h"
+#include "norvik/platform/localized_string.h"
 
 namespace norvik {
 
@@ -151,7 +152,7 @@ std::string_view NVDateUtils::ordinalDayKey(int day) {
 std::string NVDateUtils::localizedStringFormatD(Date date) {
   int day =
       Calendar::autoupdatingCurrent().component(platform::CalendarUnit::day, date).value_or(0);
-  return platform::Bundle::main()->localizedString(ordinalDayKey(day), "");
+  return platform::localizedString(ordinalDayKey(day), "");
 }
 
 std::vector<std::string> NVDateUtils::shortMonths() {
