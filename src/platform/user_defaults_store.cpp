@@ -144,41 +144,45 @@ bool pathExists(const std::string& path) {
   return lstat(path.c_str(), &st) == 0;
 }
 
-int bindValue(sqlite3_stmt* stmt, const Value& value) {
+}  // namespace
+
+int bindRowValue(sqlite3_stmt* stmt, int kindIndex, int valueIndex, const Value& value) {
   static const std::uint8_t kEmpty = 0;  // a non-null pointer stores an empty blob, not NULL
   switch (value.type()) {
     case Value::Type::Boolean:
-      sqlite3_bind_int(stmt, 2, kKindBoolean);
-      return sqlite3_bind_int(stmt, 3, value.boolValue().value_or(false) ? 1 : 0);
+      sqlite3_bind_int(stmt, kindIndex, kKindBoolean);
+      return sqlite3_bind_int(stmt, valueIndex, value.boolValue().value_or(false) ? 1 : 0);
     case Value::Type::Integer:
-      sqlite3_bind_int(stmt, 2, kKindInteger);
-      return sqlite3_bind_int64(stmt, 3, value.int64Value().value_or(0));
+      sqlite3_bind_int(stmt, kindIndex, kKindInteger);
+      return sqlite3_bind_int64(stmt, valueIndex, value.int64Value().value_or(0));
     case Value::Type::Real: {
-      sqlite3_bind_int(stmt, 2, kKindReal);
+      sqlite3_bind_int(stmt, kindIndex, kKindReal);
       double d = value.doubleValue().value_or(0.0);
-      return std::isnan(d) ? sqlite3_bind_null(stmt, 3) : sqlite3_bind_double(stmt, 3, d);
+      return std::isnan(d) ? sqlite3_bind_null(stmt, valueIndex)
+                           : sqlite3_bind_double(stmt, valueIndex, d);
     }
     case Value::Type::String: {
-      sqlite3_bind_int(stmt, 2, kKindString);
+      sqlite3_bind_int(stmt, kindIndex, kKindString);
       const std::string& s = *value.string();
-      return sqlite3_bind_text64(stmt, 3, s.data(), s.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+      return sqlite3_bind_text64(stmt, valueIndex, s.data(), s.size(), SQLITE_TRANSIENT,
+                                 SQLITE_UTF8);
     }
     case Value::Type::Date:
-      sqlite3_bind_int(stmt, 2, kKindDate);
-      return sqlite3_bind_double(stmt, 3, value.date()->timeIntervalSince1970());
+      sqlite3_bind_int(stmt, kindIndex, kKindDate);
+      return sqlite3_bind_double(stmt, valueIndex, value.date()->timeIntervalSince1970());
     case Value::Type::Data: {
-      sqlite3_bind_int(stmt, 2, kKindData);
+      sqlite3_bind_int(stmt, kindIndex, kKindData);
       const platform::Data& d = *value.data();
-      return sqlite3_bind_blob64(stmt, 3, d.empty() ? &kEmpty : d.data(), d.size(),
+      return sqlite3_bind_blob64(stmt, valueIndex, d.empty() ? &kEmpty : d.data(), d.size(),
                                  SQLITE_TRANSIENT);
     }
     case Value::Type::Array:
     case Value::Type::Dictionary: {
-      sqlite3_bind_int(stmt, 2, kKindPropertyList);
+      sqlite3_bind_int(stmt, kindIndex, kKindPropertyList);
       platform::Data bytes =
           platform::encodePropertyList(value, platform::PropertyListFormat::Binary);
-      return sqlite3_bind_blob64(stmt, 3, bytes.empty() ? &kEmpty : bytes.data(), bytes.size(),
-                                 SQLITE_TRANSIENT);
+      return sqlite3_bind_blob64(stmt, valueIndex, bytes.empty() ? &kEmpty : bytes.data(),
+                                 bytes.size(), SQLITE_TRANSIENT);
     }
     case Value::Type::Null:
       break;
@@ -188,7 +192,7 @@ int bindValue(sqlite3_stmt* stmt, const Value& value) {
 
 // The value of one row; std::nullopt for a kind this version does not know or a damaged blob, so
 // that such rows are left alone rather than misread.
-std::optional<Value> columnValue(sqlite3_stmt* stmt, int kindColumn, int valueColumn) {
+std::optional<Value> rowValue(sqlite3_stmt* stmt, int kindColumn, int valueColumn) {
   bool isNull = sqlite3_column_type(stmt, valueColumn) == SQLITE_NULL;
   switch (sqlite3_column_int(stmt, kindColumn)) {
     case kKindBoolean:
@@ -224,7 +228,7 @@ std::optional<Value> columnValue(sqlite3_stmt* stmt, int kindColumn, int valueCo
   }
 }
 
-}  // namespace
+namespace {}  // namespace
 
 // ---- SharedChangeCounter ----
 
@@ -513,7 +517,7 @@ int DefaultsStore::loadLocked(platform::Dictionary& out) {
     const auto* key = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0));
     int keySize = sqlite3_column_bytes(stmt, 0);
     if (!key) continue;
-    if (auto value = columnValue(stmt, 1, 2)) {
+    if (auto value = rowValue(stmt, 1, 2)) {
       out.insert_or_assign(std::string(key, static_cast<std::size_t>(keySize)), std::move(*value));
     }
   }
@@ -532,7 +536,7 @@ int DefaultsStore::writeLocked(const std::map<std::string, Value, std::less<>>& 
     sqlite3_stmt* stmt = value.isNull() ? statements_->remove : statements_->upsert;
     StatementUse use(stmt);
     rc = sqlite3_bind_text64(stmt, 1, key.data(), key.size(), SQLITE_STATIC, SQLITE_UTF8);
-    if (rc == SQLITE_OK && !value.isNull()) rc = bindValue(stmt, value);
+    if (rc == SQLITE_OK && !value.isNull()) rc = bindRowValue(stmt, 2, 3, value);
     if (rc == SQLITE_OK) rc = sqlite3_step(stmt);
     if (rc != SQLITE_DONE) break;
     rc = SQLITE_OK;

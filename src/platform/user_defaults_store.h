@@ -9,12 +9,15 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "norvik/platform/value.h"
 
 struct sqlite3;
+struct sqlite3_stmt;
+
 struct sqlite3_stmt;
 
 namespace norvik::detail {
@@ -109,5 +112,13 @@ class DefaultsStore {
 // The process-wide store of the database file at `path`, opened on first use and kept open for the
 // life of the process so that new handles cost only a lookup. nullptr when it cannot be opened.
 std::shared_ptr<DefaultsStore> defaultsStoreForPath(const std::string& path);
+
+// The row codec shared by the application's key-value tables: a `kind` column says how the
+// `value` column holds a Value (scalars, strings, dates and data natively, arrays and
+// dictionaries as binary property lists). bindRowValue binds both columns and returns the SQLite
+// result code (SQLITE_MISUSE for the null object, which is never stored). rowValue reads them
+// back; std::nullopt for an unknown kind or a damaged blob, so such rows are left alone.
+int bindRowValue(sqlite3_stmt* stmt, int kindIndex, int valueIndex, const platform::Value& value);
+std::optional<platform::Value> rowValue(sqlite3_stmt* stmt, int kindColumn, int valueColumn);
 
 }  // namespace norvik::detail

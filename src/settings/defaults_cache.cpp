@@ -26,100 +26,11 @@ namespace {
 using platform::Value;
 
 constexpr int kBusyTimeoutMilliseconds = 5000;
-// How a row's value column is to be read; one number per kind of Value.
-enum Kind : int {
-  kKindBoolean = 1,
-  kKindInteger = 2,
-  kKindReal = 3,
-  kKindString = 4,
-  kKindDate = 5,
-  kKindData = 6,
-  kKindPropertyList = 7
-};
 
 void report(const std::string& path, std::string_view what, std::string_view why) {
   std::cerr << "norvik: settings cache " << path << ": " << what;
   if (!why.empty()) std::cerr << " (" << why << ")";
   std::cerr << "\n";
-}
-
-int bindValue(sqlite3_stmt* stmt, int kindIndex, int valueIndex, const Value& value) {
-  static const std::uint8_t kEmpty = 0;  // a non-null pointer stores an empty blob, not NULL
-  switch (value.type()) {
-    case Value::Type::Boolean:
-      sqlite3_bind_int(stmt, kindIndex, kKindBoolean);
-      return sqlite3_bind_int(stmt, valueIndex, value.boolValue().value_or(false) ? 1 : 0);
-    case Value::Type::Integer:
-      sqlite3_bind_int(stmt, kindIndex, kKindInteger);
-      return sqlite3_bind_int64(stmt, valueIndex, value.int64Value().value_or(0));
-    case Value::Type::Real: {
-      sqlite3_bind_int(stmt, kindIndex, kKindReal);
-      double d = value.doubleValue().value_or(0.0);
-      return std::isnan(d) ? sqlite3_bind_null(stmt, valueIndex)
-                           : sqlite3_bind_double(stmt, valueIndex, d);
-    }
-    case Value::Type::String: {
-      sqlite3_bind_int(stmt, kindIndex, kKindString);
-      const std::string& s = *value.string();
-      return sqlite3_bind_text64(stmt, valueIndex, s.data(), s.size(), SQLITE_TRANSIENT,
-                                 SQLITE_UTF8);
-    }
-    case Value::Type::Date:
-      sqlite3_bind_int(stmt, kindIndex, kKindDate);
-      return sqlite3_bind_double(stmt, valueIndex, value.date()->timeIntervalSince1970());
-    case Value::Type::Data: {
-      sqlite3_bind_int(stmt, kindIndex, kKindData);
-      const platform::Data& d = *value.data();
-      return sqlite3_bind_blob64(stmt, valueIndex, d.empty() ? &kEmpty : d.data(), d.size(),
-                                 SQLITE_TRANSIENT);
-    }
-    case Value::Type::Array:
-    case Value::Type::Dictionary: {
-      sqlite3_bind_int(stmt, kindIndex, kKindPropertyList);
-      platform::Data bytes =
-          platform::encodePropertyList(value, platform::PropertyListFormat::Binary);
-      return sqlite3_bind_blob64(stmt, valueIndex, bytes.empty() ? &kEmpty : bytes.data(),
-                                 bytes.size(), SQLITE_TRANSIENT);
-    }
-    case Value::Type::Null:
-      break;
-  }
-  return SQLITE_MISUSE;
-}
-
-// The value of a row; std::nullopt for a kind this version does not know or a damaged blob.
-std::optional<Value> columnValue(sqlite3_stmt* stmt, int kindColumn, int valueColumn) {
-  bool isNull = sqlite3_column_type(stmt, valueColumn) == SQLITE_NULL;
-  switch (sqlite3_column_int(stmt, kindColumn)) {
-    case kKindBoolean:
-      return Value(sqlite3_column_int64(stmt, valueColumn) != 0);
-    case kKindInteger:
-      return Value(static_cast<long long>(sqlite3_column_int64(stmt, valueColumn)));
-    case kKindReal:
-      return Value(isNull ? std::nan("") : sqlite3_column_double(stmt, valueColumn));
-    case kKindString: {
-      const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, valueColumn));
-      auto size = static_cast<std::size_t>(sqlite3_column_bytes(stmt, valueColumn));
-      return Value(text ? std::string(text, size) : std::string());
-    }
-    case kKindDate:
-      return Value(platform::Date(sqlite3_column_double(stmt, valueColumn)));
-    case kKindData: {
-      const auto* bytes = static_cast<const std::uint8_t*>(sqlite3_column_blob(stmt, valueColumn));
-      int size = sqlite3_column_bytes(stmt, valueColumn);
-      return Value(bytes ? platform::Data(bytes, bytes + size) : platform::Data());
-    }
-    case kKindPropertyList: {
-      const auto* bytes = static_cast<const char*>(sqlite3_column_blob(stmt, valueColumn));
-      if (!bytes) return std::nullopt;
-      auto size = static_cast<std::size_t>(sqlite3_column_bytes(stmt, valueColumn));
-      auto decoded = platform::decodePropertyList(std::string_view(bytes, size));
-      if (!decoded || !(decoded->isArray() || decoded->isDictionary())) return std::nullopt;
-      return decoded;
-    }
-    default:
-      return std::nullopt;
-  }
 }
 
 int execute(sqlite3* db, const char* sql) {
@@ -159,7 +70,7 @@ class KeyValueDatabase {
     sqlite3_stmt* change = value.isNull() ? remove_ : upsert_;
     if (rc == SQLITE_DONE) {
       sqlite3_bind_text64(change, 1, key.data(), key.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
-      rc = value.isNull() ? SQLITE_OK : bindValue(change, 2, 3, value);
+      rc = value.isNull() ? SQLITE_OK : bindRowValue(change, 2, 3, value);
       if (rc == SQLITE_OK) rc = sqlite3_step(change);
       sqlite3_reset(change);
       sqlite3_clear_bindings(change);
@@ -255,7 +166,7 @@ class KeyValueDatabase {
     while ((rc = sqlite3_step(select_)) == SQLITE_ROW) {
       const auto* key = reinterpret_cast<const char*>(sqlite3_column_text(select_, 0));
       if (!key) continue;
-      std::optional<Value> value = columnValue(select_, 1, 2);
+      std::optional<Value> value = rowValue(select_, 1, 2);
       if (value) {
         rows.insert_or_assign(
             std::string(key, static_cast<std::size_t>(sqlite3_column_bytes(select_, 0))),
