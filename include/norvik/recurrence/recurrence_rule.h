@@ -209,7 +209,7 @@ class SVRecurrenceRule {
   bool operator==(const SVRecurrenceRule&) const = default;
 };
 
-// A start date, a rule text and a recurrence-from mode.
+// A start date, a rule text and a recurrence-from mode, and the time zone the rule runs in.
 class SVSimpleRecurringObject {
  public:
   void setStartDate(std::optional<platform::Date> date) { startDate_ = date; }
@@ -218,11 +218,20 @@ class SVSimpleRecurringObject {
   std::optional<platform::Date> startDateAsRecurringObject() const { return startDate_; }
   const std::string& recurrenceRuleStringAsRecurringObject() const { return ruleString_; }
   const std::string& recurrenceFromAsRecurringObject() const { return from_; }
+  // The Olson identifier of the zone whose wall-clock times the occurrences keep; std::nullopt
+  // (the default) means the environment's current time zone at the moment of expansion.
+  void setTimeZoneIdentifier(std::optional<std::string> identifier) {
+    timeZoneIdentifier_ = std::move(identifier);
+  }
+  const std::optional<std::string>& timeZoneIdentifierAsRecurringObject() const {
+    return timeZoneIdentifier_;
+  }
 
  private:
   std::optional<platform::Date> startDate_;
   std::string ruleString_;
   std::string from_;
+  std::optional<std::string> timeZoneIdentifier_;
 };
 
 }  // namespace norvik
