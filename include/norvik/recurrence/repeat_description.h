@@ -10,12 +10,27 @@
 #include <string>
 #include <string_view>
 
+#include "norvik/calendar/calendar_types.h"
+#include "norvik/calendar/other_calendar.h"
+#include "norvik/platform/calendar.h"
 #include "norvik/platform/date.h"
 #include "norvik/recurrence/recurrence_rule.h"
 
 namespace norvik {
 
 using SVRecurrenceRulePtr = std::shared_ptr<const SVRecurrenceRule>;
+using NVCalendarDateTypePtr = std::shared_ptr<const NVCalendarDateType>;
+using NVCalendarTextLocalePtr = std::shared_ptr<const NVCalendarTextLocale>;
+
+// The text of a day in another calendar: whether the day is the first of its month, and the text
+// (possibly empty). The day-text operations below return this pair, as the conversion returns its
+// year, month, day and leap flag as a CalendarDate: typed fields rather than lists of boxed values,
+// so an entry can be neither missing nor of the wrong kind.
+struct CalendarDayText {
+  bool isFirstDay = false;
+  std::string text;
+  bool operator==(const CalendarDayText&) const = default;
+};
 
 struct Repeat {
   // The description of `rule`. `from` is the recurrence-from mode (SVRecurrenceFromDefault,
@@ -48,6 +63,57 @@ struct Repeat {
   // <period> after completion of current occurrence."; the localized "None" for a null rule.
   static std::string repeatDescriptionWithRRuleByCompletedTime(const SVRecurrenceRulePtr& rule,
                                                                bool simplified);
+
+  // ---- Rules and days on the other calendars ---------------------------------------------------
+  //
+  // Calendar types are recognised by identity: only the NVCalendarDateType singletons themselves
+  // (NVCalendarDateType::HEBCAL() ...) select a calendar's rules; an equal but distinct object, or
+  // null, is treated as an unknown type. A calendar argument left absent means the shared
+  // auto-updating current calendar. Conversions go through KMAOtherCalendar, which is wired with
+  // the default services (and a logger forwarding to SVLoggerObjcWrapper) once, before the first
+  // conversion, wherever the host has not wired it itself.
+
+  // The text locale calendar texts are written in, first match winning: the interface language
+  // Chinese (ZHHK for traditional, else ZHCN), Korean (KO), Arabic (AR); the system language
+  // Hebrew (IW); for HIJRI and HEBCAL, EN when the interface language is English, else AR; for
+  // PERSIAN, EN or else FA; EN for everything else.
+  static const NVCalendarTextLocalePtr& getCalendarTextLocal(const NVCalendarDateTypePtr& type);
+
+  // The date of `date`'s day (read in `calendar`) in the calendar of `type`: year, month, day and
+  // leap flag, numbered as in other_calendar.h. {0, 0, 0, false} for NONE, a date whose month or
+  // day cannot be read, and a failed conversion (which is logged through SVLoggerObjcWrapper).
+  // Any other type, a distinct one included, is converted by its identifier.
+  static CalendarDate dayInCalendarType(platform::Date date,
+                                        const std::optional<platform::Calendar>& calendar,
+                                        const NVCalendarDateTypePtr& type);
+
+  // The text of day `day` of month `month` (`leap`) of `year` in the calendar of `type`.
+  // With `showMonthString` the month and day texts joined in the calendar's order ("14 Nisan",
+  // "Ramadan 1" in English, "5/8" for the Vietnamese calendar, "八月初五"), a day -1 reading
+  // "the last day"; otherwise the day text, or the month text on day 1 when
+  // `monthFirstDayShowMonthString`. isFirstDay is day == 1. {false, ""} for NONE and for
+  // year, month and day all 0. `calendar` is accepted for symmetry with the date form and unused.
+  static CalendarDayText dayStringInCalendarTypeYear(
+      int year, int month, int day, bool leap, const std::optional<platform::Calendar>& calendar,
+      const NVCalendarDateTypePtr& type, bool showMonthString, bool monthFirstDayShowMonthString);
+
+  // The text of `date`'s day in the calendar of `type`, as dayStringInCalendarTypeYear gives it
+  // for the converted date. For LUNAR with `isSupportSolarTerm` and a Chinese text locale, the
+  // day's solar term ({false, "清明"}) when it is one. {false, ""} for NONE and failed conversions.
+  static CalendarDayText dayStringInCalendarType(platform::Date date,
+                                                 const std::optional<platform::Calendar>& calendar,
+                                                 const NVCalendarDateTypePtr& type,
+                                                 bool isSupportSolarTerm, bool showMonthString,
+                                                 bool monthFirstDayShowMonthString);
+
+  // The description of a monthly or yearly rule on another calendar: "Hebrew Yearly (14 Nisan)",
+  // "Lunar Monthly (初五)", the localized title and " (%@)" with the day text (kept, in
+  // parentheses, even when empty). `date` supplies the day a rule does not name itself and the
+  // year of a yearly month and day. The empty string for an interval above 1 (only singular rules
+  // are described); the localized "None" for a null rule and any other frequency.
+  static std::string repeatDescriptionWithLunarRRule(
+      const SVRecurrenceRulePtr& rule, platform::Date date,
+      const std::optional<platform::Calendar>& calendar = std::nullopt);
 };
 
 }  // namespace norvik

@@ -1,0 +1,301 @@
+// Descriptions and day texts of rules on the calendars other than the Gregorian one: the Chinese,
+// Korean and Vietnamese lunar calendars, the Hebrew, Hijri (three kinds), Persian and Indian
+// national calendars. Conversions and the month and day names come from KMAOtherCalendar; this
+// file chooses the calendar and the text locale, joins month and day in each calendar's order and
+// composes the localized titles.
+#include <algorithm>
+#include <cstddef>
+#include <exception>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "norvik/calendar/lunar_display.h"
+#include "norvik/calendar/solar_terms.h"
+#include "norvik/environment/language_environment.h"
+#include "norvik/environment/user_language.h"
+#include "norvik/platform/format.h"
+#include "norvik/platform/localized_string.h"
+#include "norvik/platform/logger.h"
+#include "norvik/recurrence/repeat_description.h"
+
+namespace norvik {
+
+namespace {
+
+using platform::Date;
+using Type = NVCalendarDateType;
+using Locale = NVCalendarTextLocale;
+
+std::string lookUp(std::string_view key) {
+  BundleEx::installOnMainBundle();
+  return platform::localizedString(key, "");
+}
+
+std::string lookUpSpecial(std::string_view key) {
+  BundleEx::installOnMainBundle();
+  return platform::localizedString(key, "", kNVSpecialStringTable);
+}
+
+bool is(const NVCalendarDateTypePtr& type, const NVCalendarDateTypePtr& singleton) {
+  return type.get() == singleton.get();
+}
+
+// A null type carries no identifier: the calendar module knows no calendar by the empty one.
+std::string_view rawValueOf(const NVCalendarDateTypePtr& type) {
+  return type ? std::string_view(type->rawValue()) : std::string_view();
+}
+
+// The position of a predefined type in allCases() (NONE 0 ... HIJRI_SAUDI 9), -1 for any other
+// object: the number the conversion log names the type by.
+long typeOrdinal(const NVCalendarDateTypePtr& type) {
+  const auto& all = Type::allCases();
+  const auto it =
+      std::find_if(all.begin(), all.end(), [&](const auto& entry) { return is(type, entry); });
+  return it == all.end() ? -1L : static_cast<long>(it - all.begin());
+}
+
+// Forwards the calendar module's own reports to the library's logger.
+class ForwardingLogger final : public KMALogger {
+ public:
+  void log(KMALogLevel level, std::string_view message) override {
+    SVLoggerObjcWrapper::log(toLevel(level), message, "KMAOtherCalendar", "KMALog", 0);
+  }
+
+ private:
+  static SVLogLevel toLevel(KMALogLevel level) {
+    switch (level) {
+      case KMALogLevel::debug:
+        return SVLogLevel::debug;
+      case KMALogLevel::info:
+        return SVLogLevel::info;
+      case KMALogLevel::warning:
+        return SVLogLevel::warning;
+      case KMALogLevel::error:
+        break;
+    }
+    return SVLogLevel::error;
+  }
+};
+
+// Hands the calendar module the default services it lacks, once per process, before the first
+// conversion. Services the host set beforehand are kept: every holder is filled only when empty,
+// each in one atomic step, and the function-local static makes concurrent first calls wait for
+// the one that wires.
+void wireCalendarModuleOnce() {
+  static const bool wired = [] {
+    KMACalendarWrapperUtils::shared().setDateConvertIfUnset(std::make_shared<KMADateConvert>());
+    KMADarwinUtils::shared().setConvertIfUnset(std::make_shared<KMAConvert>());
+    KMALog::shared().addLoggerIfEmpty(std::make_shared<ForwardingLogger>());
+    return true;
+  }();
+  (void)wired;
+}
+
+// Month and day texts joined in the order a reader of the calendar expects.
+std::string joinMonthAndDay(const NVCalendarDateTypePtr& type,
+                            const NVCalendarTextLocalePtr& locale, const std::string& month,
+                            const std::string& day) {
+  if (is(type, Type::VIETNAM())) return platform::format("%@/%@", day, month);
+  if (is(type, Type::HIJRI()) || is(type, Type::HIJRI_SAUDI()) || is(type, Type::HIJRI_KUWAITI()) ||
+      is(type, Type::PERSIAN())) {
+    return locale.get() == Locale::EN().get() ? platform::format("%@ %@", month, day)
+                                              : platform::format("%@ %@", day, month);
+  }
+  if (is(type, Type::HEBCAL()) || is(type, Type::SHAKA())) {
+    return platform::format("%@ %@", day, month);
+  }
+  return platform::format("%@%@", month, day);
+}
+
+// The calendar type a rule runs on, by the first of its calendar predicates that holds.
+const NVCalendarDateTypePtr& typeOfRule(const SVRecurrenceRule& rule) {
+  if (rule.isKorean()) return Type::KOREAN();
+  if (rule.isHijri()) return Type::HIJRI();
+  if (rule.isHebcal()) return Type::HEBCAL();
+  if (rule.isShaka()) return Type::SHAKA();
+  if (rule.isPersian()) return Type::PERSIAN();
+  if (rule.isVietnam()) return Type::VIETNAM();
+  if (rule.isKuwaiti()) return Type::HIJRI_KUWAITI();
+  if (rule.isSaudi()) return Type::HIJRI_SAUDI();
+  if (rule.isLunar()) return Type::LUNAR();
+  return Type::NONE();
+}
+
+// The title keys of a rule, monthly and yearly, by the same order of predicates.
+struct Titles {
+  std::string_view monthly;
+  std::string_view yearly;
+};
+
+Titles titlesOfRule(const SVRecurrenceRule& rule) {
+  if (rule.isKorean()) return {"Korean Lunar Monthly", "Korean Lunar Yearly"};
+  if (rule.isHebcal()) return {"Hebrew Monthly", "Hebrew Yearly"};
+  if (rule.isShaka()) return {"Indian Monthly", "Indian Yearly"};
+  if (rule.isPersian()) return {"Persian Monthly", "Persian Yearly"};
+  if (rule.isVietnam()) return {"Vietnamese Lunar Monthly", "Vietnamese Lunar Yearly"};
+  if (rule.isHijri() || rule.isKuwaiti() || rule.isSaudi()) {
+    return {"Hijri Monthly", "Hijri Yearly"};
+  }
+  return {"Lunar Monthly", "Lunar Yearly"};
+}
+
+// The day text of a monthly rule: the one day it names, else the day of `date`.
+std::string monthlyDayText(const SVRecurrenceRule& rule, const NVCalendarDateTypePtr& type,
+                           Date date, const std::optional<platform::Calendar>& calendar) {
+  if (rule.byMonthDay.size() == 1) {
+    const int v = rule.byMonthDay.front();
+    if (v == -1) return lookUp("the last day");
+    if (rule.isLunar()) return convertToChineseDay(v);
+    // Only the name of day v is wanted: any year and month that have such a day will do.
+    return Repeat::dayStringInCalendarTypeYear(2025, 1, v, false, calendar, type, false, false)
+        .text;
+  }
+  if (rule.isLunar()) return displayDayInLunarCalendar(date, calendar);
+  return Repeat::dayStringInCalendarType(date, calendar, type, true, false, false).text;
+}
+
+// The month-and-day text of a yearly rule: the month and day it names, in the calendar year of
+// `date`, else the month and day of `date`.
+std::string yearlyDayText(const SVRecurrenceRule& rule, const NVCalendarDateTypePtr& type,
+                          Date date, const std::optional<platform::Calendar>& calendar) {
+  if (rule.byMonth.size() == 1 && rule.byMonthDay.size() == 1) {
+    const int m = rule.byMonth.front();
+    const int v = rule.byMonthDay.front();
+    if (rule.isLunar()) {
+      return convertToChineseMonth(m) + (v == -1 ? lookUp("the last day") : convertToChineseDay(v));
+    }
+    const CalendarDate current = Repeat::dayInCalendarType(date, calendar, type);
+    return Repeat::dayStringInCalendarTypeYear(current.year, m, v, current.leap, calendar, type,
+                                               true, true)
+        .text;
+  }
+  if (rule.isLunar()) return displayMonthDayInLunarCalendar(date, calendar);
+  return Repeat::dayStringInCalendarType(date, calendar, type, true, true, true).text;
+}
+
+std::string describeLunarRule(const SVRecurrenceRulePtr& rule, Date date,
+                              const std::optional<platform::Calendar>& calendar) {
+  if (!rule) return lookUp("None");
+  const NVCalendarDateTypePtr& type = typeOfRule(*rule);
+  const int n = rule->interval == 0 ? 1 : rule->interval;
+  const bool monthly = rule->frequencyOrdinal == SVRecurrenceRule::monthly;
+  const bool yearly = rule->frequencyOrdinal == SVRecurrenceRule::yearly;
+  if (!monthly && !yearly) return lookUp("None");
+  if (n > 1) return {};
+  const Titles titles = titlesOfRule(*rule);
+  const std::string text = monthly ? monthlyDayText(*rule, type, date, calendar)
+                                   : yearlyDayText(*rule, type, date, calendar);
+  // Every branch yields a text, possibly empty; an empty one keeps its parentheses.
+  const std::string title = lookUp(monthly ? titles.monthly : titles.yearly);
+  const std::string detail = platform::formatWithFallback(lookUpSpecial(" (%@)"), " (%@)", text);
+  return platform::format("%@%@", title, detail);
+}
+
+}  // namespace
+
+const NVCalendarTextLocalePtr& Repeat::getCalendarTextLocal(const NVCalendarDateTypePtr& type) {
+  if (NVLanguageEnvironment::isAppChinese()) {
+    return NVLanguageEnvironment::isAppTraditionalChinese() ? Locale::ZHHK() : Locale::ZHCN();
+  }
+  if (NVLanguageEnvironment::isAppKorean()) return Locale::KO();
+  if (NVLanguageEnvironment::isAppArabic()) return Locale::AR();
+  if (NVLanguageEnvironment::isSystemHebrew()) return Locale::IW();
+  // A Hebrew-calendar text for a reader of neither Hebrew nor English is written in Arabic.
+  if (is(type, Type::HIJRI()) || is(type, Type::HEBCAL())) {
+    return NVLanguageEnvironment::isAppEnglish() ? Locale::EN() : Locale::AR();
+  }
+  if (is(type, Type::PERSIAN())) {
+    return NVLanguageEnvironment::isAppEnglish() ? Locale::EN() : Locale::FA();
+  }
+  return Locale::EN();
+}
+
+CalendarDate Repeat::dayInCalendarType(Date date, const std::optional<platform::Calendar>& calendar,
+                                       const NVCalendarDateTypePtr& type) {
+  try {
+    if (is(type, Type::NONE())) return {};
+    const platform::DateComponents parts =
+        (calendar ? *calendar : platform::Calendar::autoupdatingCurrent()).components(date);
+    const int year = parts.year.value_or(0);
+    const int month = parts.month.value_or(0);
+    const int day = parts.day.value_or(0);
+    if (month < 1 || day < 1) return {};
+    wireCalendarModuleOnce();
+    KMAError error;
+    const std::optional<CalendarDate> converted =
+        KMAOtherCalendar::shared().gregorianToCalendarType(rawValueOf(type), year, month, day,
+                                                           &error);
+    if (!converted) {
+      NV_LOG_ERROR(
+          platform::format("error gregorianToCalendar type:%ld year:%ld month:%ld day:%ld error:%@",
+                           typeOrdinal(type), static_cast<long>(year), static_cast<long>(month),
+                           static_cast<long>(day), error.description));
+      return {};
+    }
+    return *converted;
+  } catch (const std::exception&) {
+    return {};  // out of memory
+  }
+}
+
+CalendarDayText Repeat::dayStringInCalendarTypeYear(
+    int year, int month, int day, bool leap, const std::optional<platform::Calendar>& /*calendar*/,
+    const NVCalendarDateTypePtr& type, bool showMonthString, bool monthFirstDayShowMonthString) {
+  try {
+    if (is(type, Type::NONE()) || (year == 0 && month == 0 && day == 0)) return {};
+    const NVCalendarTextLocalePtr& locale = getCalendarTextLocal(type);
+    wireCalendarModuleOnce();
+    const std::vector<std::string> texts = KMAOtherCalendar::shared().formatCalendarType(
+        rawValueOf(type), year, month, day, leap, locale->rawValue());
+    const std::string monthText = texts.size() > 1 ? texts[1] : std::string();
+    const std::string dayText = texts.size() > 2 ? texts[2] : std::string();
+    CalendarDayText result;
+    result.isFirstDay = day == 1;
+    if (showMonthString) {
+      result.text =
+          joinMonthAndDay(type, locale, monthText, day == -1 ? lookUp("the last day") : dayText);
+    } else {
+      result.text = (day == 1 && monthFirstDayShowMonthString) ? monthText : dayText;
+    }
+    return result;
+  } catch (const std::exception&) {
+    return {};
+  }
+}
+
+CalendarDayText Repeat::dayStringInCalendarType(Date date,
+                                                const std::optional<platform::Calendar>& calendar,
+                                                const NVCalendarDateTypePtr& type,
+                                                bool isSupportSolarTerm, bool showMonthString,
+                                                bool monthFirstDayShowMonthString) {
+  try {
+    if (is(type, Type::NONE())) return {};
+    const CalendarDate converted = dayInCalendarType(date, calendar, type);
+    if (converted.year == 0 && converted.month == 0 && converted.day == 0) return {};
+    if (is(type, Type::LUNAR()) && isSupportSolarTerm) {
+      const NVCalendarTextLocalePtr& locale = getCalendarTextLocal(type);
+      if (locale.get() == Locale::ZHCN().get() || locale.get() == Locale::ZHHK().get()) {
+        if (auto term = NVSolarTermsManager::sharedManager().solarTermByDate(date, std::nullopt)) {
+          return {false, std::move(*term)};
+        }
+      }
+    }
+    return dayStringInCalendarTypeYear(converted.year, converted.month, converted.day,
+                                       converted.leap, calendar, type, showMonthString,
+                                       monthFirstDayShowMonthString);
+  } catch (const std::exception&) {
+    return {};
+  }
+}
+
+std::string Repeat::repeatDescriptionWithLunarRRule(
+    const SVRecurrenceRulePtr& rule, Date date, const std::optional<platform::Calendar>& calendar) {
+  try {
+    return describeLunarRule(rule, date, calendar);
+  } catch (const std::exception&) {
+    return {};  // out of memory
+  }
+}
+
+}  // namespace norvik
