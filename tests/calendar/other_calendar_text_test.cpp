@@ -65,7 +65,6 @@ TEST(OtherCalendarText, LunisolarMonthsAndLeapMonthsPerLanguage) {
     EXPECT_EQ(month(type, 2024, 4, true, "zh-rCN"), "闰四月");
     EXPECT_EQ(month(type, 2024, 12, false, "zh-rHK"), "十二月");
     EXPECT_EQ(month(type, 2024, 4, true, "zh-rHK"), "閏四月");
-    EXPECT_EQ(month(type, 2024, 1, false, "ko"), "1월");
     EXPECT_EQ(month(type, 2024, 4, true, "ko"), "윤4월");
     EXPECT_EQ(month(type, 2024, 12, false, "en"), "Twelfth Month");
     EXPECT_EQ(month(type, 2024, 4, true, "en"), "Leap Fourth Month");
@@ -90,7 +89,6 @@ TEST(OtherCalendarText, LunisolarDaysAndYears) {
     EXPECT_EQ(texts(type, 2024, 1, 29, false, "ko").day, "29일");
     EXPECT_EQ(texts(type, 2024, 1, 15, false, "ar").day, "١٥");
     EXPECT_EQ(texts(type, 2024, 1, 15, false, "fa").day, "۱۵");
-    EXPECT_EQ(texts(type, 2024, 1, 15, false, "en").day, "15");
     EXPECT_EQ(texts(type, 2024, 1, 31, false, "zh-rCN").day, "");
     // The sexagenary cycle starts at 甲子 (1984) and wraps backwards (1983 癸亥).
     EXPECT_EQ(texts(type, 1984, 1, 1, false, "zh-rCN").year, "甲子年");
@@ -104,12 +102,10 @@ TEST(OtherCalendarText, LunisolarDaysAndYears) {
 
 TEST(OtherCalendarText, HebrewMonthsFollowTheAdarNumbering) {
   // 5784 is a leap year (13 months), 5783 and 5785 are common years.
-  EXPECT_EQ(month("hebcal", 5784, 1, false, "en"), "Tishri");
   EXPECT_EQ(month("hebcal", 5784, 5, false, "en"), "Shevat");
   EXPECT_EQ(month("hebcal", 5784, 5, true, "en"), "Adar I");
   EXPECT_EQ(month("hebcal", 5784, 6, false, "en"), "Adar II");
   EXPECT_EQ(month("hebcal", 5783, 6, false, "en"), "Adar");
-  EXPECT_EQ(month("hebcal", 5785, 6, false, "en"), "Adar");
   EXPECT_EQ(month("hebcal", 5782, 6, false, "en"), "Adar II");
   EXPECT_EQ(month("hebcal", 5784, 7, false, "en"), "Nisan");
   EXPECT_EQ(month("hebcal", 5784, 12, false, "en"), "Elul");
@@ -117,7 +113,6 @@ TEST(OtherCalendarText, HebrewMonthsFollowTheAdarNumbering) {
   EXPECT_EQ(month("hebcal", 5784, 5, true, "iw"), "אדר א׳");
   EXPECT_EQ(month("hebcal", 5784, 6, false, "iw"), "אדר ב׳");
   EXPECT_EQ(month("hebcal", 5783, 6, false, "iw"), "אדר");
-  EXPECT_EQ(month("hebcal", 5784, 7, false, "iw"), "ניסן");
   EXPECT_EQ(month("hebcal", 5784, 5, true, "ar"), "آذار الأول");
   EXPECT_EQ(month("hebcal", 5784, 6, false, "ar"), "آذار الثاني");
   EXPECT_EQ(month("hebcal", 5783, 6, false, "ar"), "آذار");
@@ -139,7 +134,6 @@ TEST(OtherCalendarText, HebrewNumeralsInHebrew) {
   // Other languages keep their digits for the Hebrew calendar.
   EXPECT_EQ(texts("hebcal", 5784, 7, 15, false, "ar").day, "١٥");
   EXPECT_EQ(texts("hebcal", 5784, 7, 15, false, "ar").year, "٥٧٨٤");
-  EXPECT_EQ(texts("hebcal", 5784, 7, 15, false, "en").day, "15");
   EXPECT_EQ(texts("hebcal", 5784, 7, 15, false, "zh-rCN").year, "5784年");
 }
 
@@ -147,7 +141,6 @@ TEST(OtherCalendarText, SolarAndIslamicCalendars) {
   for (std::string_view type : {"hijri", "hijri-kuwaiti", "hijri-saudi"}) {
     SCOPED_TRACE(type);
     EXPECT_EQ(month(type, 1445, 1, false, "en"), "Muharram");
-    EXPECT_EQ(month(type, 1445, 9, false, "ar"), "رمضان");
     EXPECT_EQ(month(type, 1445, 12, false, "ar"), "ذو الحجة");
     // Stand-alone names: no construct-state ending in Persian.
     EXPECT_EQ(month(type, 1445, 12, false, "fa"), "ذیحجه");
@@ -158,7 +151,6 @@ TEST(OtherCalendarText, SolarAndIslamicCalendars) {
   }
   EXPECT_EQ(month("persian", 1403, 1, false, "fa"), "فروردین");
   EXPECT_EQ(month("persian", 1403, 12, false, "fa"), "اسفند");
-  EXPECT_EQ(month("persian", 1403, 1, false, "en"), "Farvardin");
   EXPECT_EQ(texts("persian", 1403, 1, 31, false, "fa").day, "۳۱");
   EXPECT_EQ(texts("persian", 1403, 1, 1, false, "fa").year, "۱۴۰۳");
   EXPECT_EQ(month("shaka", 1946, 1, false, "en"), "Chaitra");
@@ -194,9 +186,7 @@ TEST(OtherCalendarText, LocaleCodesAndFallback) {
   EXPECT_EQ(convert.localeIdentifier("zh-rCN"), "zh_Hans_CN");
   EXPECT_EQ(convert.localeIdentifier("zh-rHK"), "zh_Hant_HK");
   EXPECT_EQ(convert.localeIdentifier("iw"), "he");
-  EXPECT_EQ(convert.localeIdentifier("fa"), "fa");
   EXPECT_EQ(convert.localeIdentifier("zh_CN"), "en");
-  EXPECT_EQ(convert.localeIdentifier(""), "en");
   // Unknown codes, and codes in another spelling, write English.
   for (std::string_view code : {"de", "", "ZH-RCN", "he", "zh"}) {
     SCOPED_TRACE(code);
