@@ -247,10 +247,6 @@ void expandWithLibical(const SVRecurrenceRule& rule, Collector& out) {
   icalrecur_iterator* it = icalrecur_iterator_new(r, icalLocal(localStart));
   if (!it) return;
   const CivilDay periodEnd = endOfFirstPeriod(rule, out.startDay());
-  // A search from far after the start skips ahead (libical keeps the rule's phase).
-  if (const auto target = out.skipTarget(); target && *target > out.startDay() + 366) {
-    icalrecur_iterator_set_start(it, icalLocal(static_cast<double>(*target) * kDay));
-  }
   while (out.step()) {
     const struct icaltimetype t = icalrecur_iterator_next(it);
     if (icaltime_is_null_time(t)) break;
@@ -375,16 +371,34 @@ class CalendarExpansion {
                        [w](const auto& d) { return d.wday().dayNum() == w; });
   }
 
+  // The date of a civil day and its month's length. Daily and weekly rules read day after day
+  // of the same month, so the month last read answers most of them without the calendar.
+  std::optional<std::pair<CalendarDate, int>> dateOf(CivilDay day) {
+    if (!cachedMonth_ || day < cachedFirst_ || day >= cachedFirst_ + cachedLength_) {
+      const auto d = cal_.dateOfCivilDay(day);
+      if (!d) return std::nullopt;
+      const int length = cal_.daysInMonth(d->year, d->month, d->leap);
+      if (length <= 0) return std::nullopt;
+      cachedMonth_ = CalendarDate{d->year, d->month, 1, d->leap};
+      cachedFirst_ = day - (d->day - 1);
+      cachedLength_ = length;
+    }
+    CalendarDate date = *cachedMonth_;
+    date.day = static_cast<int>(day - cachedFirst_) + 1;
+    return std::pair{date, cachedLength_};
+  }
+
   // Filters of the daily and weekly rules.
   bool dayAllowed(CivilDay day) {
     if (!weekdayAllowed(day)) return false;
     if (rule_.byMonth.empty() && rule_.byMonthDay.empty()) return true;
-    const auto d = cal_.dateOfCivilDay(day);
-    if (!d || !monthAllowed(*d)) return false;
+    const auto dated = dateOf(day);
+    if (!dated || !monthAllowed(dated->first)) return false;
     if (rule_.byMonthDay.empty()) return true;
-    const int length = cal_.daysInMonth(d->year, d->month, d->leap);
+    const CalendarDate& d = dated->first;
+    const int length = dated->second;
     return std::any_of(rule_.byMonthDay.begin(), rule_.byMonthDay.end(), [&](int v) {
-      return v == d->day || (v < 0 && length + 1 + v == d->day);
+      return v == d.day || (v < 0 && length + 1 + v == d.day);
     });
   }
 
@@ -552,6 +566,9 @@ class CalendarExpansion {
   int interval_;
   SVRecurrenceSkip skip_;
   CalendarDate start_;
+  std::optional<CalendarDate> cachedMonth_;
+  CivilDay cachedFirst_ = 0;
+  int cachedLength_ = 0;
 };
 
 bool isGregorian(const SVRecurrenceRule& rule) {
