@@ -125,8 +125,27 @@ class KoreanCalendar final : public PackedLunisolarCalendar {
       start += icu_->daysInMonth(year, month.month, month.leap);
     }
     months.push_back(LunisolarMonth{start, 1, false});
+    for (LunisolarMonth& month : months) {
+      for (const MonthStartCorrection& c : kCorrections) {
+        if (month.startDay == civilDayFromGregorian(c.icu.year, c.icu.month, c.icu.day)) {
+          month.startDay = civilDayFromGregorian(c.actual.year, c.actual.month, c.actual.day);
+        }
+      }
+    }
     return packLunarYear(months, year);
   }
+
+  // Month starts that ICU's approximate new moons put on the wrong side of midnight in Korea
+  // (UTC+9), by more than any error of the sun and moon series or of ΔT: the new moons of
+  // 2017-02-26 23:58:19 and 2051-08-07 00:04:43 KST.
+  struct MonthStartCorrection {
+    GregorianDate icu;
+    GregorianDate actual;
+  };
+  static constexpr MonthStartCorrection kCorrections[] = {
+      {{2017, 2, 27}, {2017, 2, 26}},
+      {{2051, 8, 6}, {2051, 8, 7}},
+  };
 
   std::unique_ptr<AlternativeCalendar> icu_;
   mutable std::array<std::atomic<uint32_t>, kLastYear - kFirstYear + 1> cache_{};

@@ -270,7 +270,14 @@ TEST(OtherCalendarAgainstIcu, LunisolarCalendarsSampled) {
                                   {{2057, 9, 28}, {2057, 10, 27}},
                                   {{2070, 3, 12}, {2070, 4, 10}}}),
             0);
-  EXPECT_EQ(disagreementsWithIcu("korean-lunar", 13, {}), 0);
+  // The Korean calendar is ICU's dangi calendar but for two month starts that ICU misses.
+  EXPECT_EQ(disagreementsWithIcu("korean-lunar", 13,
+                                 {{{2017, 2, 26}, {2017, 3, 27}}, {{2051, 8, 6}, {2051, 9, 4}}}),
+            0);
+  EXPECT_EQ(dateIn("korean-lunar", 2017, 2, 26), (CalendarDate{2017, 2, 1, false}));
+  EXPECT_EQ(dateIn("korean-lunar", 2017, 2, 25), (CalendarDate{2017, 1, 29, false}));
+  EXPECT_EQ(dateIn("korean-lunar", 2051, 8, 6), (CalendarDate{2051, 6, 30, false}));
+  EXPECT_EQ(dateIn("korean-lunar", 2051, 8, 7), (CalendarDate{2051, 7, 1, false}));
 }
 
 TEST(OtherCalendarKuwaiti, TabularCalendarOfTheThursdayEpochWithYear15Leap) {
