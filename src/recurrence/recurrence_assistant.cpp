@@ -10,6 +10,7 @@
 #include "calendar/calendar_days.h"
 #include "norvik/calendar/other_calendar.h"
 #include "norvik/platform/time_zone.h"
+#include "recurrence/recurrence_assistant_internal.h"
 
 namespace norvik {
 namespace {
@@ -69,9 +70,9 @@ class Collector {
       } else if (u.utc) {
         untilInstant_ = u.date(0);
       } else {
-        const double local = static_cast<double>(civilDayFromGregorian(u.year, u.month, u.day)) *
-                                 kDay +
-                             u.hour * 3600.0 + u.minute * 60.0 + u.second;
+        const double local =
+            static_cast<double>(civilDayFromGregorian(u.year, u.month, u.day)) * kDay +
+            u.hour * 3600.0 + u.minute * 60.0 + u.second;
         untilInstant_ = instantOfLocal(zone, local);
       }
     }
@@ -121,9 +122,7 @@ class Collector {
     return !done_;
   }
   // The occurrence on a civil day at the start's time of day.
-  bool offerDay(CivilDay day) {
-    return offerLocal(static_cast<double>(day) * kDay + timeOfDay_);
-  }
+  bool offerDay(CivilDay day) { return offerLocal(static_cast<double>(day) * kDay + timeOfDay_); }
 
  private:
   const TimeZone& zone_;
@@ -145,7 +144,9 @@ class Collector {
   std::vector<Date> found_;
 };
 
-int weekdayOf(CivilDay day) { return detail::weekdayOfCivilDay(day); }
+int weekdayOf(CivilDay day) {
+  return detail::weekdayOfCivilDay(day);
+}
 
 // ---- Gregorian rules through libical -------------------------------------------------------
 
@@ -252,8 +253,8 @@ void expandWithLibical(const SVRecurrenceRule& rule, Collector& out) {
     if (icaltime_is_null_time(t)) break;
     const CivilDay day = civilDayFromGregorian(t.year, t.month, t.day);
     if (firstPeriodOnly && day >= periodEnd) break;
-    const double local = static_cast<double>(day) * kDay + t.hour * 3600.0 + t.minute * 60.0 +
-                         t.second + fraction;
+    const double local =
+        static_cast<double>(day) * kDay + t.hour * 3600.0 + t.minute * 60.0 + t.second + fraction;
     if (!out.offerLocal(local)) break;
   }
   icalrecur_iterator_free(it);
@@ -397,9 +398,8 @@ class CalendarExpansion {
     if (rule_.byMonthDay.empty()) return true;
     const CalendarDate& d = dated->first;
     const int length = dated->second;
-    return std::any_of(rule_.byMonthDay.begin(), rule_.byMonthDay.end(), [&](int v) {
-      return v == d.day || (v < 0 && length + 1 + v == d.day);
-    });
+    return std::any_of(rule_.byMonthDay.begin(), rule_.byMonthDay.end(),
+                       [&](int v) { return v == d.day || (v < 0 && length + 1 + v == d.day); });
   }
 
   void daily() {
@@ -465,7 +465,8 @@ class CalendarExpansion {
         return std::none_of(rule_.byDay.begin(), rule_.byDay.end(), [&](const auto& d) {
           if (d.wday().dayNum() != w) return false;
           if (d.num() == 0 || index > length) return true;
-          return d.num() > 0 ? (index - 1) / 7 + 1 == d.num() : (length - index) / 7 + 1 == -d.num();
+          return d.num() > 0 ? (index - 1) / 7 + 1 == d.num()
+                             : (length - index) / 7 + 1 == -d.num();
         });
       });
     }
@@ -489,7 +490,8 @@ class CalendarExpansion {
   void monthly() {
     int year = start_.year;
     std::vector<CalendarMonth> months = cal_.monthsOfYear(year);
-    auto position = std::find(months.begin(), months.end(), CalendarMonth{start_.month, start_.leap});
+    auto position =
+        std::find(months.begin(), months.end(), CalendarMonth{start_.month, start_.leap});
     if (position == months.end()) return;
     std::size_t index = static_cast<std::size_t>(position - months.begin());
     while (out_.step()) {
@@ -512,9 +514,8 @@ class CalendarExpansion {
   }
 
   // Where a month named by the rule falls in `year`, SKIP applied to a leap month the year lacks.
-  std::optional<std::pair<int, CalendarMonth>> resolveMonth(int year,
-                                                            const std::vector<CalendarMonth>& months,
-                                                            CalendarMonth wanted) {
+  std::optional<std::pair<int, CalendarMonth>> resolveMonth(
+      int year, const std::vector<CalendarMonth>& months, CalendarMonth wanted) {
     if (std::find(months.begin(), months.end(), wanted) != months.end()) {
       return std::pair{year, wanted};
     }
@@ -575,37 +576,54 @@ bool isGregorian(const SVRecurrenceRule& rule) {
   return rule.rscale.empty() || rule.rscale == "GREGORIAN";
 }
 
+std::optional<TimeZone> zoneOf(const SVSimpleRecurringObject& object) {
+  if (const auto& identifier = object.timeZoneIdentifierAsRecurringObject()) {
+    return TimeZone::withIdentifier(*identifier);
+  }
+  return TimeZone::current();
+}
+
 }  // namespace
 
-std::vector<Date> SVRecurrenceAssistant::occurrenceDatesForRecurringObject(
-    const SVSimpleRecurringObject& object, Date from, std::size_t limit, bool includingFirst) {
+std::optional<Date> detail::sameTimeDayBefore(const SVSimpleRecurringObject& object, Date date) {
+  const std::optional<TimeZone> zone = zoneOf(object);
+  if (!zone) return std::nullopt;
+  return instantOfLocal(*zone, localSecondsOf(*zone, date) - kDay);
+}
+
+std::vector<Date> detail::occurrenceDatesOfRule(const SVRecurrenceRule& rule,
+                                                const SVSimpleRecurringObject& object, Date from,
+                                                std::size_t limit, bool includingFirst) {
   const std::optional<Date> start = object.startDateAsRecurringObject();
   if (!start || limit == 0 || !std::isfinite(start->timeIntervalSince1970()) ||
       !std::isfinite(from.timeIntervalSince1970())) {
     return {};
   }
-  const auto rule = SVRecurrenceRule::ruleWithIcalString(object.recurrenceRuleStringAsRecurringObject());
-  if (!rule) return {};
-  std::optional<TimeZone> zone = TimeZone::current();
-  if (const auto& identifier = object.timeZoneIdentifierAsRecurringObject()) {
-    zone = TimeZone::withIdentifier(*identifier);
-    if (!zone) return {};
-  }
-  Collector out(*rule, *zone, localSecondsOf(*zone, *start), from, limit, includingFirst);
-  if (rule->isSpecificDate()) {
-    expandPickedDates(*rule, *zone, out);
-  } else if (rule->isEbbinghaus() || rule->officialDay != SVRecurrenceOfficialDay::none) {
+  const std::optional<TimeZone> zone = zoneOf(object);
+  if (!zone) return {};
+  Collector out(rule, *zone, localSecondsOf(*zone, *start), from, limit, includingFirst);
+  if (rule.isSpecificDate()) {
+    expandPickedDates(rule, *zone, out);
+  } else if (rule.isEbbinghaus() || rule.officialDay != SVRecurrenceOfficialDay::none) {
     return {};
-  } else if (!isGregorian(*rule)) {
-    if (const AlternativeCalendar* calendar = calendarOfRule(*rule)) {
-      CalendarExpansion(*rule, *calendar, out).run();
+  } else if (!isGregorian(rule)) {
+    if (const AlternativeCalendar* calendar = calendarOfRule(rule)) {
+      CalendarExpansion(rule, *calendar, out).run();
     }
-  } else if (rule->workday != SVRecurrenceWorkday::none && rule->isMonthly()) {
-    expandWorkdayRule(*rule, out);
+  } else if (rule.workday != SVRecurrenceWorkday::none && rule.isMonthly()) {
+    expandWorkdayRule(rule, out);
   } else {
-    expandWithLibical(*rule, out);
+    expandWithLibical(rule, out);
   }
   return out.take();
+}
+
+std::vector<Date> SVRecurrenceAssistant::occurrenceDatesForRecurringObject(
+    const SVSimpleRecurringObject& object, Date from, std::size_t limit, bool includingFirst) {
+  const auto rule =
+      SVRecurrenceRule::ruleWithIcalString(object.recurrenceRuleStringAsRecurringObject());
+  if (!rule) return {};
+  return detail::occurrenceDatesOfRule(*rule, object, from, limit, includingFirst);
 }
 
 }  // namespace norvik

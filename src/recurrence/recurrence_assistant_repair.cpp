@@ -11,6 +11,7 @@
 #include "norvik/platform/time_zone.h"
 #include "norvik/recurrence/recurrence_assistant.h"
 #include "norvik/recurrence/repeat_description.h"
+#include "recurrence/recurrence_assistant_internal.h"
 
 namespace norvik {
 namespace {
@@ -132,7 +133,8 @@ std::optional<platform::Date> SVRecurrenceAssistant::firstOccurenceDateForRecurr
     logAbnormalRule(text, error, __func__, __LINE__);
     return std::nullopt;
   }
-  if (from != SVRecurrenceFromDueDate || !(rule->isWeekly() || rule->isMonthly() || rule->isYearly())) {
+  if (from != SVRecurrenceFromDueDate ||
+      !(rule->isWeekly() || rule->isMonthly() || rule->isYearly())) {
     return std::nullopt;
   }
   // The search starts a day before the start so that the start date itself can be the first
@@ -141,17 +143,12 @@ std::optional<platform::Date> SVRecurrenceAssistant::firstOccurenceDateForRecurr
   earlier.setRuleString(text);
   earlier.setFrom(from);
   earlier.setTimeZoneIdentifier(object.timeZoneIdentifierAsRecurringObject());
-  platform::Calendar calendar = platform::Calendar::currentGregorian();
-  if (const auto& identifier = object.timeZoneIdentifierAsRecurringObject()) {
-    const auto zone = platform::TimeZone::withIdentifier(*identifier);
-    if (!zone) return std::nullopt;
-    calendar.setTimeZone(*zone);
-  }
-  earlier.setStartDate(
-      calendar.dateByAdding(platform::CalendarUnit::day, -1, *start).value_or(
-          start->dateByAddingTimeInterval(-86400.0)));
+  const std::optional<platform::Date> dayBefore = detail::sameTimeDayBefore(object, *start);
+  if (!dayBefore) return std::nullopt;
+  earlier.setStartDate(*dayBefore);
+  // The rule read above is the object's text: it is expanded without being read again.
   const std::vector<platform::Date> dates =
-      occurrenceDatesForRecurringObject(earlier, *start, 1, true);
+      detail::occurrenceDatesOfRule(*rule, earlier, *start, 1, true);
   if (dates.empty()) return std::nullopt;
   return dates.front();
 }

@@ -26,7 +26,8 @@ std::string repaired(std::string_view rule, Date date,
 class LogCapture {
  public:
   LogCapture() {
-    previous_ = SVLoggerObjcWrapper::setSink([this](const SVLogRecord& r) { records.push_back(r); });
+    previous_ =
+        SVLoggerObjcWrapper::setSink([this](const SVLogRecord& r) { records.push_back(r); });
   }
   ~LogCapture() { SVLoggerObjcWrapper::setSink(previous_); }
   std::vector<SVLogRecord> records;
@@ -91,9 +92,9 @@ TEST(RuleRepair, LunarAndOtherCalendarRules) {
   EXPECT_EQ(repaired("RSCALE=PERSIAN;FREQ=YEARLY;BYMONTH=5;BYMONTHDAY=5", noon(2024, 3, 20)),
             "RSCALE=PERSIAN;FREQ=YEARLY;BYMONTHDAY=1;BYMONTH=1");
   // The Vietnamese marker survives the repair.
-  EXPECT_EQ(repaired("RSCALE=CHINESE;FREQ=MONTHLY;BYMONTHDAY=2;X-NV-CALENDAR=VIETNAM",
-                     noon(2024, 2, 10)),
-            "RSCALE=CHINESE;FREQ=MONTHLY;BYMONTHDAY=1;X-NV-CALENDAR=VIETNAM");
+  EXPECT_EQ(
+      repaired("RSCALE=CHINESE;FREQ=MONTHLY;BYMONTHDAY=2;X-NV-CALENDAR=VIETNAM", noon(2024, 2, 10)),
+      "RSCALE=CHINESE;FREQ=MONTHLY;BYMONTHDAY=1;X-NV-CALENDAR=VIETNAM");
 }
 
 TEST(RuleRepair, ModesAndTheRuleObject) {
@@ -178,8 +179,9 @@ TEST(FirstOccurrence, NothingForOtherModesFrequenciesAndBadText) {
   LogCapture log;
   EXPECT_FALSE(first(dueObject("FREQ=WEEKLY;BYDAY=MO;BOGUS=1", start)));
   ASSERT_EQ(log.records.size(), 1u);
-  EXPECT_EQ(log.records[0].message.rfind("abnormal recurrence rule: FREQ=WEEKLY;BYDAY=MO;BOGUS=1 ", 0),
-            0u);
+  EXPECT_EQ(
+      log.records[0].message.rfind("abnormal recurrence rule: FREQ=WEEKLY;BYDAY=MO;BOGUS=1 ", 0),
+      0u);
   EXPECT_EQ(log.records[0].function, "firstOccurenceDateForRecurringObjectIfExists");
 }
 

@@ -56,7 +56,7 @@ struct Expansion {
     object.setFrom(SVRecurrenceFromDefault);
     object.setTimeZoneIdentifier(zone);
     return SVRecurrenceAssistant::occurrenceDatesForRecurringObject(object, from.value_or(start),
-                                                                     limit, includingFirst);
+                                                                    limit, includingFirst);
   }
   std::vector<std::string> texts() const {
     std::vector<std::string> out;
@@ -70,17 +70,18 @@ using Texts = std::vector<std::string>;
 TEST(GregorianOccurrences, WeeklyMonthlyAndSetPositions) {
   Expansion weekly("FREQ=WEEKLY;BYDAY=TU,TH", at("Europe/Berlin", 2024, 1, 1, 9), "Europe/Berlin");
   weekly.limit = 4;
-  EXPECT_EQ(weekly.texts(),
-            (Texts{"2024-01-02 09:00", "2024-01-04 09:00", "2024-01-09 09:00", "2024-01-11 09:00"}));
+  EXPECT_EQ(weekly.texts(), (Texts{"2024-01-02 09:00", "2024-01-04 09:00", "2024-01-09 09:00",
+                                   "2024-01-11 09:00"}));
 
   // The start matches the rule and counts; COUNT ends the list before the limit.
   Expansion lastDay("FREQ=MONTHLY;BYMONTHDAY=-1;COUNT=3", at("UTC", 2024, 1, 31));
   EXPECT_EQ(lastDay.texts(), (Texts{"2024-01-31 00:00", "2024-02-29 00:00", "2024-03-31 00:00"}));
 
-  Expansion lastWeekday("FREQ=MONTHLY;BYDAY=MO,TU,WE,TH,FR;BYSETPOS=-1", at("UTC", 2024, 3, 1, 7, 30));
+  Expansion lastWeekday("FREQ=MONTHLY;BYDAY=MO,TU,WE,TH,FR;BYSETPOS=-1",
+                        at("UTC", 2024, 3, 1, 7, 30));
   lastWeekday.limit = 4;
-  EXPECT_EQ(lastWeekday.texts(),
-            (Texts{"2024-03-29 07:30", "2024-04-30 07:30", "2024-05-31 07:30", "2024-06-28 07:30"}));
+  EXPECT_EQ(lastWeekday.texts(), (Texts{"2024-03-29 07:30", "2024-04-30 07:30", "2024-05-31 07:30",
+                                        "2024-06-28 07:30"}));
 
   // A start that does not match the rule is not an occurrence.
   Expansion mondays("FREQ=WEEKLY;BYDAY=MO", at("UTC", 2024, 1, 7));
@@ -121,9 +122,8 @@ TEST(GregorianOccurrences, FloatingTimesAcrossDaylightSavingChanges) {
   daily.start = at("Europe/Berlin", 2024, 10, 26, 2, 30);
   const auto autumn = daily.dates();
   ASSERT_EQ(autumn.size(), 3u);
-  EXPECT_EQ(autumn[1].timeIntervalSince1970(), Date(civilDayFromGregorian(2024, 10, 27) * 86400.0 +
-                                                    1800.0)
-                                                   .timeIntervalSince1970());
+  EXPECT_EQ(autumn[1].timeIntervalSince1970(),
+            Date(civilDayFromGregorian(2024, 10, 27) * 86400.0 + 1800.0).timeIntervalSince1970());
 }
 
 TEST(GregorianOccurrences, ASearchFromFarAheadKeepsTheIntervalsPhase) {
@@ -143,17 +143,20 @@ TEST(GregorianOccurrences, ASearchFromFarAheadKeepsTheIntervalsPhase) {
 }
 
 TEST(GregorianOccurrences, ApplicationRules) {
-  Expansion first("FREQ=MONTHLY;BYDAY=MO,TU,WE,TH,FR;BYMONTHDAY=1,2,3;BYSETPOS=1;"
-                          "X-NV-WORKDAY=FIRST", at("UTC", 2024, 6, 1, 9));
+  Expansion first(
+      "FREQ=MONTHLY;BYDAY=MO,TU,WE,TH,FR;BYMONTHDAY=1,2,3;BYSETPOS=1;"
+      "X-NV-WORKDAY=FIRST",
+      at("UTC", 2024, 6, 1, 9));
   first.limit = 4;
-  EXPECT_EQ(first.texts(),
-            (Texts{"2024-06-03 09:00", "2024-07-01 09:00", "2024-08-01 09:00", "2024-09-02 09:00"}));
+  EXPECT_EQ(first.texts(), (Texts{"2024-06-03 09:00", "2024-07-01 09:00", "2024-08-01 09:00",
+                                  "2024-09-02 09:00"}));
   // The last working day is computed from the marker, not from the text's approximation.
   Expansion last("FREQ=MONTHLY;INTERVAL=2;X-NV-WORKDAY=LAST", at("UTC", 2024, 6, 1, 9));
   last.limit = 3;
   EXPECT_EQ(last.texts(), (Texts{"2024-06-28 09:00", "2024-08-30 09:00", "2024-10-31 09:00"}));
 
-  Expansion picked("FREQ=DAILY;X-NV-DATES=20240312,20240105T073000,20231231", at("UTC", 2024, 1, 1, 9));
+  Expansion picked("FREQ=DAILY;X-NV-DATES=20240312,20240105T073000,20231231",
+                   at("UTC", 2024, 1, 1, 9));
   EXPECT_EQ(picked.texts(), (Texts{"2024-01-05 07:30", "2024-03-12 09:00"}));
 
   for (const char* rule : {"FREQ=DAILY;X-NV-OFFICIAL=WORKDAY", "FREQ=DAILY;X-NV-OFFICIAL=HOLIDAY",
@@ -166,7 +169,8 @@ TEST(OccurrenceBounds, RulesWithoutOccurrencesEndEmpty) {
   for (const char* rule :
        {"FREQ=YEARLY;BYMONTH=2;BYMONTHDAY=30", "FREQ=MONTHLY;BYMONTH=4,6;BYMONTHDAY=31",
         "RSCALE=ISLAMIC-CIVIL;FREQ=MONTHLY;BYMONTHDAY=31",
-        "RSCALE=HEBREW;FREQ=YEARLY;BYMONTH=13;BYMONTHDAY=1", "RSCALE=CHINESE;FREQ=DAILY;BYMONTHDAY=31",
+        "RSCALE=HEBREW;FREQ=YEARLY;BYMONTH=13;BYMONTHDAY=1",
+        "RSCALE=CHINESE;FREQ=DAILY;BYMONTHDAY=31",
         "RSCALE=PERSIAN;FREQ=YEARLY;BYMONTH=12;BYMONTHDAY=31;BYSETPOS=1"}) {
     EXPECT_TRUE((Expansion(rule, at("UTC", 2024, 1, 1)).dates().empty())) << rule;
   }
@@ -182,12 +186,15 @@ TEST(OccurrenceBounds, RulesWithoutOccurrencesEndEmpty) {
   // The search bound: no rule is followed further than kMaxSearchYears.
   Expansion many("FREQ=YEARLY", at("UTC", 2024, 1, 1));
   many.limit = 100000;
-  EXPECT_LE(many.dates().size(), static_cast<std::size_t>(SVRecurrenceAssistant::kMaxSearchYears) + 2);
+  EXPECT_LE(many.dates().size(),
+            static_cast<std::size_t>(SVRecurrenceAssistant::kMaxSearchYears) + 2);
 }
 
 // ---- Other calendars
 
-std::string day(Date d) { return text("UTC", d).substr(0, 10); }
+std::string day(Date d) {
+  return text("UTC", d).substr(0, 10);
+}
 std::vector<std::string> days(const Expansion& e) {
   std::vector<std::string> out;
   for (Date d : e.dates()) out.push_back(day(d));
@@ -195,7 +202,8 @@ std::vector<std::string> days(const Expansion& e) {
 }
 
 TEST(OtherCalendarOccurrences, ChineseNewYears) {
-  Expansion newYear("RSCALE=CHINESE;FREQ=YEARLY;BYMONTH=1;BYMONTHDAY=1", at("Asia/Shanghai", 2024, 1, 1, 8, 30), "Asia/Shanghai");
+  Expansion newYear("RSCALE=CHINESE;FREQ=YEARLY;BYMONTH=1;BYMONTHDAY=1",
+                    at("Asia/Shanghai", 2024, 1, 1, 8, 30), "Asia/Shanghai");
   newYear.limit = 3;
   EXPECT_EQ(newYear.texts(), (Texts{"2024-02-10 08:30", "2025-01-29 08:30", "2026-02-17 08:30"}));
   // Every result is month 1 day 1 of the table's Chinese calendar, up to 2100.

@@ -1,8 +1,8 @@
 // norvik first-occurrence: the first occurrence of a due-date rule.
 #include <iostream>
 
-#include "occurrence_cli.h"
 #include "norvik/recurrence/recurrence_assistant.h"
+#include "occurrence_cli.h"
 
 namespace norvik::cli {
 namespace {
@@ -31,12 +31,13 @@ void addFirstOccurrenceCommand(CLI::App& app, const GlobalOptions& options, Acti
       const std::optional<platform::Date> first =
           SVRecurrenceAssistant::firstOccurenceDateForRecurringObjectIfExists(object);
       if (options.json) {
-        printJSON({{"operation", "firstOccurenceDateForRecurringObjectIfExists"},
-                   {"rule", args->rule},
-                   {"recurrenceFrom", std::string(recurrenceFromOption(args->from))},
-                   {"start", start.timeIntervalSince1970()},
-                   {"date", first ? nlohmann::json(first->timeIntervalSince1970()) : nlohmann::json()},
-                   {"local", first ? nlohmann::json(occurrenceDateText(*first)) : nlohmann::json()}});
+        printJSON(
+            {{"operation", "firstOccurenceDateForRecurringObjectIfExists"},
+             {"rule", args->rule},
+             {"recurrenceFrom", std::string(recurrenceFromOption(args->from))},
+             {"start", start.timeIntervalSince1970()},
+             {"date", first ? nlohmann::json(first->timeIntervalSince1970()) : nlohmann::json()},
+             {"local", first ? nlohmann::json(occurrenceDateText(*first)) : nlohmann::json()}});
         return 0;
       }
       std::cout << (first ? occurrenceDateText(*first) : std::string("(none)")) << "\n";

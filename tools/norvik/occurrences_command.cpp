@@ -1,9 +1,9 @@
 // norvik occurrences: the first occurrences of a rule from a start date.
 #include <iostream>
 
+#include "norvik/recurrence/recurrence_assistant.h"
 #include "occurrence_cli.h"
 #include "recurrence_cli.h"
-#include "norvik/recurrence/recurrence_assistant.h"
 
 namespace norvik::cli {
 namespace {

@@ -1,8 +1,8 @@
 // norvik repair: a rule's day fields rewritten from a moved date.
 #include <iostream>
 
-#include "occurrence_cli.h"
 #include "norvik/recurrence/recurrence_assistant.h"
+#include "occurrence_cli.h"
 
 namespace norvik::cli {
 namespace {

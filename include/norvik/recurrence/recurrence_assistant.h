@@ -77,8 +77,7 @@ class SVRecurrenceAssistant {
   // Rules with several weekdays or several month days, and other frequencies, are left alone.
   // Dates are read in the current time zone (the Chinese calendar in China's civil days).
   static std::shared_ptr<SVRecurrenceRule> byDay_fixedRecurrenceRule(
-      std::shared_ptr<SVRecurrenceRule> rule, std::string_view recurrenceFrom,
-      platform::Date date);
+      std::shared_ptr<SVRecurrenceRule> rule, std::string_view recurrenceFrom, platform::Date date);
 
   // The first occurrence of a due-date object (mode SVRecurrenceFromDueDate) with a weekly,
   // monthly or yearly rule: the start date itself when it matches the rule, else the next
