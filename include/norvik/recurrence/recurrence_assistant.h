@@ -24,7 +24,9 @@
 //
 // Every search is bounded: it ends after kMaxSearchYears years past the later of the start and
 // `from`, or after kMaxCandidates candidate dates, whichever comes first, and returns what it
-// found. A rule that has no occurrence thus gives an empty list, never an endless loop.
+// found. A rule that has no occurrence thus gives an empty list, never an endless loop. A
+// Gregorian rule with an INTERVAL above 32767 (libical keeps intervals in 16 bits) gives only the
+// occurrences of its first period.
 //
 // No state of its own: callable from any thread.
 #include <cstddef>
