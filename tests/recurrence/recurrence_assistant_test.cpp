@@ -225,6 +225,17 @@ TEST(OtherCalendarOccurrences, ChineseNewYears) {
   EXPECT_EQ(days(implicit), (Texts{"2024-02-10", "2026-02-17"}));
 }
 
+TEST(OtherCalendarOccurrences, VietnameseRulesUseTheVietnameseCalendar) {
+  // In 1985 the new moon of the first month fell on 21 January at UTC+7 but 20 February in China.
+  Expansion tet("RSCALE=CHINESE;FREQ=YEARLY;BYMONTH=1;BYMONTHDAY=1;X-NV-CALENDAR=VIETNAM",
+                at("UTC", 1985, 1, 1));
+  tet.limit = 1;
+  EXPECT_EQ(days(tet), (Texts{"1985-01-21"}));
+  Expansion chinese("RSCALE=CHINESE;FREQ=YEARLY;BYMONTH=1;BYMONTHDAY=1", at("UTC", 1985, 1, 1));
+  chinese.limit = 1;
+  EXPECT_EQ(days(chinese), (Texts{"1985-02-20"}));
+}
+
 TEST(OtherCalendarOccurrences, MissingLeapMonthsFollowSkip) {
   // 2025 has a leap sixth month from 2025-07-25; 2024 and 2026 have none.
   const std::string rule = "RSCALE=CHINESE;FREQ=YEARLY;BYMONTH=6L;BYMONTHDAY=1";
