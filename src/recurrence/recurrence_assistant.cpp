@@ -186,9 +186,15 @@ struct icalrecurrencetype toLibical(const SVRecurrenceRule& rule, int interval) 
   if (rule.weekStart) {
     r.week_start = static_cast<icalrecurrencetype_weekday>(rule.weekStart->dayNum());
   }
+  // libical's weekly expansion expects BYDAY in week order from WKST, as its own parser sorts it.
+  std::vector<SVRecurrenceWeekdayNumber> byDay = rule.byDay;
+  const int weekStart = static_cast<int>(r.week_start);
+  std::stable_sort(byDay.begin(), byDay.end(), [weekStart](const auto& a, const auto& b) {
+    return (a.wday().dayNum() - weekStart + 7) % 7 < (b.wday().dayNum() - weekStart + 7) % 7;
+  });
   std::vector<int> days;
-  days.reserve(rule.byDay.size());
-  for (const SVRecurrenceWeekdayNumber& d : rule.byDay) {
+  days.reserve(byDay.size());
+  for (const SVRecurrenceWeekdayNumber& d : byDay) {
     const int encoded = std::abs(d.num()) * 8 + d.wday().dayNum();
     days.push_back(d.num() < 0 ? -encoded : encoded);
   }

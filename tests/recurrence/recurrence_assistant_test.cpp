@@ -1,6 +1,7 @@
 #include "norvik/recurrence/recurrence_assistant.h"
 
 #include <gtest/gtest.h>
+#include <libical/ical.h>
 
 #include <cstdio>
 #include <string>
@@ -140,6 +141,41 @@ TEST(GregorianOccurrences, ASearchFromFarAheadKeepsTheIntervalsPhase) {
   }
   EXPECT_LT(dates[0].timeIntervalSince1970() - fortnightly.from->timeIntervalSince1970(),
             15 * 86400.0);
+}
+
+// libical reading the rule's text itself, in UTC: the engine hands libical the parsed model, and
+// must hand over every part as libical would have read it.
+Texts libicalTexts(const char* rule, int y, int mo, int d, int h, std::size_t limit) {
+  struct icaltimetype start = icaltime_null_time();
+  start.year = y;
+  start.month = mo;
+  start.day = d;
+  start.hour = h;
+  icalrecur_iterator* it = icalrecur_iterator_new(icalrecurrencetype_from_string(rule), start);
+  Texts out;
+  while (it && out.size() < limit) {
+    const struct icaltimetype t = icalrecur_iterator_next(it);
+    if (icaltime_is_null_time(t)) break;
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "%04d-%02d-%02d %02d:%02d", t.year, t.month, t.day, t.hour,
+                  t.minute);
+    out.push_back(buffer);
+  }
+  if (it) icalrecur_iterator_free(it);
+  return out;
+}
+
+TEST(GregorianOccurrences, AgreeWithLibicalReadingTheText) {
+  for (const char* rule :
+       {"FREQ=MONTHLY;BYDAY=-2MO", "FREQ=MONTHLY;BYDAY=+3TH,-1SU",
+        "FREQ=YEARLY;BYWEEKNO=20;BYDAY=MO", "FREQ=WEEKLY;INTERVAL=2;WKST=SU;BYDAY=TU,SU",
+        "FREQ=YEARLY;BYYEARDAY=-1,100", "FREQ=DAILY;BYHOUR=9,17",
+        "FREQ=MONTHLY;BYMONTHDAY=1,15,-1;BYSETPOS=2", "FREQ=YEARLY;BYMONTH=2;BYMONTHDAY=29",
+        "FREQ=HOURLY;INTERVAL=7;BYMINUTE=15", "FREQ=MONTHLY;INTERVAL=3;BYDAY=1MO,1FR;COUNT=5"}) {
+    Expansion ours(rule, at("UTC", 2024, 1, 10, 6));
+    ours.limit = 8;
+    EXPECT_EQ(ours.texts(), libicalTexts(rule, 2024, 1, 10, 6, 8)) << rule;
+  }
 }
 
 TEST(GregorianOccurrences, ApplicationRules) {
