@@ -274,6 +274,11 @@ std::string persianShiftsSource() {
     const CivilDay arithmetic = detail::persianArithmeticNewYear(year);
     const CivilDay astronomical = detail::persianAstronomicalNewYear(year);
     if (arithmetic == astronomical) continue;
+    const double margin = detail::persianEquinoxFromNoonSeconds(year);
+    if (std::fabs(margin) < detail::kPersianDecisionMarginSeconds) {
+      std::fprintf(stderr, "%d AP: equinox %+.0f s from noon, undecided\n", year, margin);
+      continue;
+    }
     char buffer[96];
     std::snprintf(buffer, sizeof buffer, "{%d, %d},  // %s\n", year,
                   static_cast<int>(astronomical - arithmetic),
