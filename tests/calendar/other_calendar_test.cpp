@@ -442,6 +442,32 @@ TEST(OtherCalendarUmmAlQura, TableIsConsistentAndMatchesIcu) {
       EXPECT_LE(run29, 3);
     }
   }
+  // Every month begins one or two days after the day (in Mecca, UTC+3) of its conjunction: never
+  // on it, never later.
+  const AlternativeCalendar& uq = *alternativeCalendar("hijri-saudi");
+  for (int year = 1300; year <= 1600; ++year) {
+    for (int month = 1; month <= 12; ++month) {
+      const CivilDay start = *uq.civilDayOfDate({year, month, 1, false});
+      const int k = astro::newMoonNumberAtOrBefore(2440587.5 + static_cast<double>(start) + 0.375);
+      const double conjunction = astro::universalFromDynamical(astro::newMoonJDE(k));
+      const CivilDay day = static_cast<CivilDay>(std::floor(conjunction - 2440587.5 + 3.0 / 24.0));
+      EXPECT_TRUE(start - day == 1 || start - day == 2) << year << "-" << month;
+    }
+  }
+  // Published Umm al-Qura days: 1 Muharram 1440, 1445, 1446; 1 Ramadan and 1 Shawwal 1444;
+  // 10 Dhu al-Hijjah 1444.
+  EXPECT_EQ(gregorianOf("hijri-saudi", {1440, 1, 1, false}), "2018-09-11");
+  EXPECT_EQ(gregorianOf("hijri-saudi", {1445, 1, 1, false}), "2023-07-19");
+  EXPECT_EQ(gregorianOf("hijri-saudi", {1446, 1, 1, false}), "2024-07-07");
+  EXPECT_EQ(gregorianOf("hijri-saudi", {1444, 9, 1, false}), "2023-03-23");
+  EXPECT_EQ(gregorianOf("hijri-saudi", {1444, 10, 1, false}), "2023-04-21");
+  EXPECT_EQ(gregorianOf("hijri-saudi", {1444, 12, 10, false}), "2023-06-28");
+  // Outside the table's years the calendar does not answer.
+  EXPECT_FALSE(uq.dateOfCivilDay(civilDayFromGregorian(1882, 11, 11)));
+  EXPECT_TRUE(uq.dateOfCivilDay(civilDayFromGregorian(1882, 11, 12)));
+  EXPECT_TRUE(uq.dateOfCivilDay(civilDayFromGregorian(2174, 11, 25)));
+  EXPECT_FALSE(uq.dateOfCivilDay(civilDayFromGregorian(2174, 11, 26)));
+  EXPECT_FALSE(uq.civilDayOfDate({1601, 1, 1, false}));
 }
 
 TEST(OtherCalendarVietnamese, YearsWhoseNewYearDiffersFromChina) {
