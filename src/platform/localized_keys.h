@@ -208,6 +208,41 @@ inline constexpr LocalizedKey kVocabularyTextHelpersKeys[] = {
     {"md_attachment_placeholder_file", ""},
 };
 
+// calendar/calendar_types
+inline constexpr LocalizedKey kCalendarCalendarTypesKeys[] = {
+    {"None", ""},
+    {"Chinese Lunar", ""},
+    {"Korean Lunar", ""},
+    {"Hijri（Civil）", ""},
+    {"Hebrew", ""},
+    {"Saka Era", ""},
+    {"Persian Calendar", ""},
+    {"Vietnamese Lunar", ""},
+    {"Hijri（Kuwaiti）", ""},
+    {"Hijri（Saudi）", ""},
+};
+
+// recurrence/alternative_calendar_description
+inline constexpr LocalizedKey kRecurrenceAlternativeCalendarDescriptionKeys[] = {
+    {"Korean Lunar Monthly", ""},
+    {"Hebrew Monthly", ""},
+    {"Indian Monthly", ""},
+    {"Persian Monthly", ""},
+    {"Vietnamese Lunar Monthly", ""},
+    {"Hijri Monthly", ""},
+    {"Lunar Monthly", ""},
+    {"Korean Lunar Yearly", ""},
+    {"Hebrew Yearly", ""},
+    {"Indian Yearly", ""},
+    {"Persian Yearly", ""},
+    {"Vietnamese Lunar Yearly", ""},
+    {"Hijri Yearly", ""},
+    {"Lunar Yearly", ""},
+    {"the last day", ""},
+    {"None", ""},
+    {" (%@)", "Special"},
+};
+
 inline constexpr LocalizedKeyGroup kLocalizedKeyGroups[] = {
     {"environment/user_language", kEnvironmentUserLanguageKeys},
     {"recurrence/repeat_description", kRecurrenceRepeatDescriptionKeys},
@@ -215,6 +250,8 @@ inline constexpr LocalizedKeyGroup kLocalizedKeyGroups[] = {
     {"calendar/date_utils", kCalendarDateUtilsKeys},
     {"vocabulary/smart_projects", kVocabularySmartProjectsKeys},
     {"vocabulary/text_helpers", kVocabularyTextHelpersKeys},
+    {"calendar/calendar_types", kCalendarCalendarTypesKeys},
+    {"recurrence/alternative_calendar_description", kRecurrenceAlternativeCalendarDescriptionKeys},
 };
 
 }  // namespace norvik::detail
