@@ -69,6 +69,10 @@ TEST(OtherCalendarKnownDates, EachCalendarOnPublishedDays) {
       {"shaka", 2024, 3, 21, {1946, 1, 1, false}},
       {"shaka", 2023, 3, 22, {1945, 1, 1, false}},
       {"shaka", 2023, 3, 21, {1944, 12, 30, false}},
+      // Last days of years: 29 Elul 5784; 30 Dhu al-Hijjah 1445 (Umm al-Qura; 1 Dhu al-Hijjah was
+      // 2024-06-07).
+      {"hebcal", 2024, 10, 2, {5784, 12, 29, false}},
+      {"hijri-saudi", 2024, 7, 6, {1445, 12, 30, false}},
   };
   for (const Known& k : known) {
     EXPECT_EQ(dateIn(k.type, k.y, k.m, k.d), k.expected)
@@ -496,7 +500,30 @@ TEST(OtherCalendarVietnamese, YearsWhoseNewYearDiffersFromChina) {
   }
 }
 
+TEST(OtherCalendarLunisolar, BeyondTheTablesTheCalendarsStillConvert) {
+  // ICU answers for the Chinese calendar outside 1900..2100; the Korean cache covers 1798..2302.
+  for (const char* type : {"lunar", "korean-lunar"}) {
+    const AlternativeCalendar& calendar = *alternativeCalendar(type);
+    const auto icu = detail::makeIcuCalendar(type, civilDayFromGregorian(1800, 1, 1),
+                                             civilDayFromGregorian(2300, 12, 31));
+    for (CivilDay day : {civilDayFromGregorian(1850, 6, 1), civilDayFromGregorian(1899, 12, 31),
+                         civilDayFromGregorian(2101, 1, 1), civilDayFromGregorian(2250, 2, 14)}) {
+      const std::optional<CalendarDate> date = calendar.dateOfCivilDay(day);
+      ASSERT_TRUE(date) << type;
+      EXPECT_EQ(date, icu->dateOfCivilDay(day)) << type;
+      EXPECT_EQ(calendar.civilDayOfDate(*date), day) << type;
+    }
+  }
+  EXPECT_FALSE(alternativeCalendar("vietnam")->dateOfCivilDay(civilDayFromGregorian(2101, 1, 1)));
+}
+
 TEST(OtherCalendarVietnamese, TableMatchesTheEngineAtUtcPlus7) {
+  // Every 101st day after the change against the engine itself.
+  const auto computed = detail::makeEngineCalendar("vietnam", LunisolarCalendar::vietnamese());
+  for (CivilDay day = civilDayFromGregorian(1968, 1, 1); day <= kLast; day += 101) {
+    ASSERT_EQ(alternativeCalendar("vietnam")->dateOfCivilDay(day), computed->dateOfCivilDay(day))
+        << isoDayText(gregorianFromCivilDay(day));
+  }
   const LunisolarCalendar engine = LunisolarCalendar::vietnamese();
   const AlternativeCalendar& vietnam = *alternativeCalendar("vietnam");
   for (int year : {1968, 1985, 2007, 2031, 2057, 2100}) {
