@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <limits>
 #include <string>
 #include <thread>
 
@@ -186,6 +187,16 @@ TEST(OtherCalendarConversion, DefaultDateConverterValidatesGregorianDates) {
   EXPECT_FALSE(convert.civilDayOfGregorian(2024, 0, 1));
   EXPECT_FALSE(convert.civilDayOfGregorian(2024, 1, 0));
   EXPECT_EQ(convert.gregorianOfCivilDay(-1), (GregorianDate{1969, 12, 31}));
+  // Extreme years are refused or out of range, never an overflow.
+  WiredConverter wired(std::make_shared<KMADateConvert>());
+  for (const char* type : kTypes) {
+    for (int year : {std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
+      EXPECT_FALSE(KMAOtherCalendar::shared().gregorianToCalendarType(type, year, 12, 31)) << type;
+      EXPECT_FALSE(KMAOtherCalendar::shared().calendarTypeToGregorian(type, {year, 12, 1, false}))
+          << type;
+      EXPECT_TRUE(alternativeCalendar(type)->monthsOfYear(year).empty()) << type;
+    }
+  }
 }
 
 class CollectingLogger : public KMALogger {
