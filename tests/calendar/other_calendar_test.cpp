@@ -47,6 +47,9 @@ TEST(OtherCalendarKnownDates, EachCalendarOnPublishedDays) {
       {"lunar", 2024, 2, 10, {2024, 1, 1, false}},
       {"lunar", 2023, 3, 22, {2023, 2, 1, true}},
       {"lunar", 2024, 2, 9, {2023, 12, 30, false}},
+      // Where ICU errs: the new moon of 2027-02-06 23:56 (UTC+8), the leap month of 1987.
+      {"lunar", 2027, 2, 6, {2027, 1, 1, false}},
+      {"lunar", 1987, 7, 26, {1987, 6, 1, true}},
       {"korean-lunar", 2024, 2, 10, {2024, 1, 1, false}},
       {"korean-lunar", 2023, 1, 22, {2023, 1, 1, false}},
       // Tết: 1985 a month before the Chinese New Year, 2007 a day before it.
@@ -60,6 +63,9 @@ TEST(OtherCalendarKnownDates, EachCalendarOnPublishedDays) {
       {"hebcal", 2024, 3, 24, {5784, 6, 14, false}},
       {"hebcal", 2024, 4, 23, {5784, 7, 15, false}},
       {"hebcal", 2025, 3, 14, {5785, 6, 14, false}},
+      // Rosh Hashanah 5807 on Monday 2046-10-01, so Heshvan 5806 has 29 days.
+      {"hebcal", 2046, 10, 1, {5807, 1, 1, false}},
+      {"hebcal", 2045, 11, 10, {5806, 3, 1, false}},
       // Umm al-Qura: 1 Ramadan 1445, 1 Muharram 1446.
       {"hijri-saudi", 2024, 3, 11, {1445, 9, 1, false}},
       {"hijri-saudi", 2024, 7, 7, {1446, 1, 1, false}},
@@ -247,10 +253,9 @@ int disagreementsWithIcu(std::string_view type, CivilDay step,
     const std::optional<CalendarDate> b = icu->dateOfCivilDay(day);
     bool excused = false;
     for (const auto& [from, to] : known) excused = excused || within(day, from, to);
-    if (excused) {
-      EXPECT_NE(a, b) << type << " agrees with ICU in a run listed as a disagreement on "
-                      << isoDayText(gregorianFromCivilDay(day));
-    } else if (a != b && ++unexpected <= 5) {
+    // Inside a listed run the library's answer is checked by the known-date tests (a later ICU
+    // may have fixed its own).
+    if (!excused && a != b && ++unexpected <= 5) {
       ADD_FAILURE() << type << " differs from ICU on " << isoDayText(gregorianFromCivilDay(day));
     }
   }
