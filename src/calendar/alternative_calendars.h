@@ -70,8 +70,13 @@ std::unique_ptr<AlternativeCalendar> makePersianCalendar(CivilDay first, CivilDa
 std::unique_ptr<AlternativeCalendar> makeChineseCalendar(CivilDay first, CivilDay last);
 // The Vietnamese calendar from its committed table: 1900-01-01 .. 2100-12-31.
 std::unique_ptr<AlternativeCalendar> makeVietnameseCalendar();
-// The Korean calendar: ICU's dangi month starts, read once per lunar year (1798..2302).
+// The Korean calendar: ICU's dangi month starts with two corrections, from a committed table for
+// lunar years 1899..2100 and read once per lunar year from ICU for 1798..1898 and 2101..2302.
+inline constexpr int kKoreanTableFirstYear = 1899;
+inline constexpr int kKoreanTableLastYear = 2100;
 std::unique_ptr<AlternativeCalendar> makeKoreanCalendar(CivilDay first, CivilDay last);
+// The committed table's source text, read from ICU (about a second).
+std::string generateKoreanMonthTableSource();
 
 // The Umm al-Qura calendar from its committed table, AH 1300..1600 (1882-11-12 .. 2174-11-25);
 // std::nullopt outside. nullptr when the table is damaged.
