@@ -3,8 +3,9 @@
 //
 // Every name comes from ICU's data for the locale and the matching ICU calendar, read once per
 // (calendar, locale) into an immutable table; formatting a date afterwards is a few table reads
-// and string copies, with no ICU object involved. docs/CALENDAR_TEXTS.md lists the resulting
-// texts per calendar and locale and the evidence behind each choice.
+// and string copies, with no ICU object involved. The section "Texts of the alternative
+// calendars" of docs/CALENDARS.md lists the resulting texts per calendar and locale and the
+// evidence behind each choice.
 //
 // Choices made here:
 // - Month names are ICU's stand-alone wide names (the form that reads correctly without a
