@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 #include <libical/ical.h>
 
+#include <atomic>
 #include <cstdio>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "norvik/calendar/lunisolar.h"
@@ -352,6 +355,45 @@ TEST(OtherCalendarOccurrences, MonthlyLastDayWeeklyAndDaily) {
   Expansion nowruz("RSCALE=PERSIAN;FREQ=DAILY;BYMONTH=1;BYMONTHDAY=1", at("UTC", 2024, 1, 1));
   nowruz.limit = 2;
   EXPECT_EQ(days(nowruz), (Texts{"2024-03-20", "2025-03-21"}));
+}
+
+}  // namespace
+}  // namespace norvik
+
+namespace norvik {
+namespace {
+
+// Expansions from several threads at once, each in its own zone, give what one thread alone gets:
+// the per-thread offset caches and libical's iterators must not leak between callers.
+TEST(OccurrencesConcurrency, ThreadsInDifferentZonesAgreeWithOneThread) {
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"Europe/Berlin", "FREQ=DAILY"},
+      {"America/New_York", "FREQ=WEEKLY;BYDAY=SU,WE"},
+      {"Asia/Shanghai", "RSCALE=CHINESE;FREQ=MONTHLY;BYMONTHDAY=-1"},
+      {"Australia/Sydney", "RSCALE=HEBREW;FREQ=YEARLY;BYMONTH=5L;BYMONTHDAY=30;SKIP=BACKWARD"},
+  };
+  std::vector<std::vector<Date>> expected;
+  for (const auto& [zone, rule] : cases) {
+    Expansion e(rule, at(zone, 2024, 3, 1, 2, 30), zone);
+    e.limit = 40;
+    expected.push_back(e.dates());
+  }
+  std::vector<std::thread> threads;
+  std::atomic<int> mismatches{0};
+  for (std::size_t t = 0; t < cases.size(); ++t) {
+    threads.emplace_back([&, t] {
+      for (int round = 0; round < 20; ++round) {
+        const auto& [zone, rule] = cases[(t + static_cast<std::size_t>(round)) % cases.size()];
+        Expansion e(rule, at(zone, 2024, 3, 1, 2, 30), zone);
+        e.limit = 40;
+        if (e.dates() != expected[(t + static_cast<std::size_t>(round)) % cases.size()]) {
+          ++mismatches;
+        }
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(mismatches.load(), 0);
 }
 
 }  // namespace
