@@ -248,7 +248,13 @@ void expandWithLibical(const SVRecurrenceRule& rule, Collector& out) {
   // libical keeps the interval in a short. Beyond that, periods after the first lie at least 89
   // years (daily) or beyond the search bound (the others) away: only the first period is read.
   const bool firstPeriodOnly = interval > SHRT_MAX;
-  const struct icalrecurrencetype r = toLibical(rule, firstPeriodOnly ? 1 : interval);
+  struct icalrecurrencetype r = toLibical(rule, firstPeriodOnly ? 1 : interval);
+  // An explicit RSCALE=GREGORIAN rule may carry SKIP, which libical honours only with RSCALE.
+  char gregorian[] = "GREGORIAN";
+  if (rule.rscale == "GREGORIAN" && rule.skip && *rule.skip != SVRecurrenceSkip::omit) {
+    r.rscale = gregorian;
+    r.skip = *rule.skip == SVRecurrenceSkip::backward ? ICAL_SKIP_BACKWARD : ICAL_SKIP_FORWARD;
+  }
   const double localStart = static_cast<double>(out.startDay()) * kDay + out.timeOfDay();
   const double fraction = out.timeOfDay() - std::floor(out.timeOfDay());
   icalrecur_iterator* it = icalrecur_iterator_new(r, icalLocal(localStart));

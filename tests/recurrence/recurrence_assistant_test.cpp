@@ -93,6 +93,19 @@ TEST(GregorianOccurrences, WeeklyMonthlyAndSetPositions) {
   EXPECT_EQ(mondays.texts(), (Texts{"2024-01-08 00:00"}));
 }
 
+TEST(GregorianOccurrences, SkipWithAnExplicitGregorianScale) {
+  Expansion backward("RSCALE=GREGORIAN;FREQ=MONTHLY;SKIP=BACKWARD", at("UTC", 2024, 1, 31));
+  backward.limit = 4;
+  EXPECT_EQ(backward.texts(), (Texts{"2024-01-31 00:00", "2024-02-29 00:00", "2024-03-31 00:00",
+                                     "2024-04-30 00:00"}));
+  Expansion forward("RSCALE=GREGORIAN;FREQ=YEARLY;SKIP=FORWARD", at("UTC", 2024, 2, 29));
+  forward.limit = 2;
+  EXPECT_EQ(forward.texts(), (Texts{"2024-02-29 00:00", "2025-03-01 00:00"}));
+  Expansion omit("RSCALE=GREGORIAN;FREQ=MONTHLY", at("UTC", 2024, 1, 31));
+  omit.limit = 2;
+  EXPECT_EQ(omit.texts(), (Texts{"2024-01-31 00:00", "2024-03-31 00:00"}));
+}
+
 TEST(GregorianOccurrences, UntilAndTheFromCut) {
   Expansion days("FREQ=DAILY;UNTIL=20240105", at("Europe/Berlin", 2024, 1, 1, 10), "Europe/Berlin");
   EXPECT_EQ(days.dates().size(), 5u);
