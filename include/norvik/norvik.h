@@ -36,6 +36,7 @@
 #include "norvik/platform/time_zone.h"
 #include "norvik/platform/user_defaults.h"
 #include "norvik/platform/value.h"
+#include "norvik/recurrence/recurrence_assistant.h"
 #include "norvik/recurrence/recurrence_rule.h"
 #include "norvik/recurrence/repeat_description.h"
 #include "norvik/settings/coding.h"
