@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "norvik/calendar/lunisolar.h"
@@ -50,5 +52,53 @@ struct PackedLunarYear {
   bool valid = false;
 };
 PackedLunarYear decodeLunarYear(uint32_t entry, int year);
+
+// ---- The library's own calendars ----------------------------------------------------------------
+
+std::unique_ptr<AlternativeCalendar> makeHebrewCalendar(CivilDay first, CivilDay last);
+// The tabular Islamic calendar: epoch 16 July 622 (Julian, a Friday) or, with `thursdayEpoch`, a
+// day earlier; year y leap when (11 y + leapConstant) mod 30 < 11.
+std::unique_ptr<AlternativeCalendar> makeTabularIslamicCalendar(std::string_view identifier,
+                                                                CivilDay first, CivilDay last,
+                                                                bool thursdayEpoch,
+                                                                int leapConstant);
+std::unique_ptr<AlternativeCalendar> makeIndianCalendar(CivilDay first, CivilDay last);
+std::unique_ptr<AlternativeCalendar> makePersianCalendar(CivilDay first, CivilDay last);
+
+// The Chinese calendar: the committed month table for lunar years 1899..2100, ICU's Chinese
+// calendar for the days in [first, last] outside the table.
+std::unique_ptr<AlternativeCalendar> makeChineseCalendar(CivilDay first, CivilDay last);
+// The Vietnamese calendar from its committed table: 1900-01-01 .. 2100-12-31.
+std::unique_ptr<AlternativeCalendar> makeVietnameseCalendar();
+// The Korean calendar: ICU's dangi month starts, read once per lunar year (1798..2302).
+std::unique_ptr<AlternativeCalendar> makeKoreanCalendar(CivilDay first, CivilDay last);
+
+// The Umm al-Qura calendar from its committed table, AH 1300..1600 (1882-11-12 .. 2174-11-25);
+// std::nullopt outside. nullptr when the table is damaged.
+inline constexpr int kUmmAlQuraFirstYear = 1300;
+inline constexpr int kUmmAlQuraLastYear = 1600;
+std::unique_ptr<AlternativeCalendar> makeUmmAlQuraCalendar();
+const std::vector<uint32_t>& ummAlQuraTable();
+// The table's source text read from ICU; what looks wrong in ICU's data (a month not of 29 or 30
+// days, a year not of 354 or 355, a year not starting where the previous ended) is added to
+// `problems`.
+std::string generateUmmAlQuraTableSource(std::vector<std::string>* problems);
+
+// Nowruz (1 Farvardin) of Persian year `year`:
+// - by the 33-year arithmetic rule (leap when (25 y + 11) mod 33 < 8);
+CivilDay persianArithmeticNewYear(int year);
+// - by the astronomical rule of the Iranian calendar: the day in Iran on which the March equinox
+//   falls before apparent noon at Tehran's meridian, else the next day (computed: ~100 µs);
+CivilDay persianAstronomicalNewYear(int year);
+// - as the library reckons it: astronomical for the years below (1278..1480 AP, Gregorian
+//   1899..2101), arithmetic outside them (a table read, no astronomy).
+inline constexpr int kPersianAstronomicalFirstYear = 1278;
+inline constexpr int kPersianAstronomicalLastYear = 1480;
+CivilDay persianNewYear(int year);
+// The committed years where the astronomical rule moves Nowruz away from the arithmetic one:
+// (year, days astronomical minus arithmetic).
+std::vector<std::pair<int, int>> persianNewYearShifts();
+// The equation of time (apparent minus mean solar time) in minutes at JDE.
+double equationOfTimeMinutes(double jde);
 
 }  // namespace norvik::detail

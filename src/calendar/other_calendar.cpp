@@ -28,18 +28,19 @@ struct Registry {
 const Registry& registry() {
   static const Registry instance = [] {
     Registry r;
-    const CivilDay first = detail::rangeFirstDay();
-    const CivilDay last = detail::rangeLastDay();
+    // The lunisolar calendars beyond their tables, and the arithmetic ones, serve 1800..2300.
+    const CivilDay wideFirst = civilDayFromGregorian(1800, 1, 1);
+    const CivilDay wideLast = civilDayFromGregorian(2300, 12, 31);
     r.calendars = {
-        detail::makeIcuCalendar("lunar", first, last),
-        detail::makeIcuCalendar("korean-lunar", first, last),
-        detail::makeIcuCalendar("hijri", first, last),
-        detail::makeIcuCalendar("hebcal", first, last),
-        detail::makeIcuCalendar("shaka", first, last),
-        detail::makeIcuCalendar("persian", first, last),
-        detail::makeEngineCalendar("vietnam", LunisolarCalendar::vietnamese()),
-        detail::makeIcuCalendar("hijri-kuwaiti", first, last),
-        detail::makeIcuCalendar("hijri-saudi", first, last),
+        detail::makeChineseCalendar(wideFirst, wideLast),
+        detail::makeKoreanCalendar(wideFirst, wideLast),
+        detail::makeTabularIslamicCalendar("hijri", wideFirst, wideLast, false, 14),
+        detail::makeHebrewCalendar(wideFirst, wideLast),
+        detail::makeIndianCalendar(wideFirst, wideLast),
+        detail::makePersianCalendar(wideFirst, wideLast),
+        detail::makeVietnameseCalendar(),
+        detail::makeTabularIslamicCalendar("hijri-kuwaiti", wideFirst, wideLast, true, 15),
+        detail::makeUmmAlQuraCalendar(),
     };
     return r;
   }();

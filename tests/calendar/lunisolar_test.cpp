@@ -6,6 +6,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "calendar/alternative_calendars.h"
 #include "norvik/calendar/lunar_converter.h"
 #include "norvik/platform/property_list.h"
 
@@ -119,6 +120,12 @@ TEST(LunisolarGenerator, ReproducesTheCommittedTables) {
   const std::string committed = sourceFile("src/calendar/chinese_month_table.inc");
   ASSERT_FALSE(committed.empty());
   EXPECT_EQ(generateChineseMonthTableSource(), committed);
+  const std::string vietnamese = sourceFile("src/calendar/vietnamese_month_table.inc");
+  ASSERT_FALSE(vietnamese.empty());
+  EXPECT_EQ(generateVietnameseMonthTableSource(), vietnamese);
+  // The Umm al-Qura table is ICU's, read through the platform calendar.
+  EXPECT_EQ(detail::generateUmmAlQuraTableSource(nullptr),
+            sourceFile("src/calendar/umm_al_qura_table.inc"));
 
   const std::optional<platform::Value> plist =
       platform::decodePropertyList(sourceFile("resources/LibraryBundle/SolarTerms.plist"));

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
 #include <string>
+#include <thread>
 
 #include "calendar/alternative_calendars.h"
 
@@ -200,6 +203,299 @@ TEST(OtherCalendarWiring, LoggerAndConverterHolders) {
   log.log(KMALogLevel::error, "boom");
   EXPECT_EQ(first->messages, std::vector<std::string>{"3 boom"});
   EXPECT_EQ(second->messages, std::vector<std::string>{"3 boom"});
+}
+
+}  // namespace
+}  // namespace norvik
+
+namespace norvik {
+namespace {
+
+const CivilDay kFirst = civilDayFromGregorian(1900, 1, 1);
+const CivilDay kLast = civilDayFromGregorian(2100, 12, 31);
+
+bool within(CivilDay day, GregorianDate from, GregorianDate to) {
+  return day >= civilDayFromGregorian(from.year, from.month, from.day) &&
+         day <= civilDayFromGregorian(to.year, to.month, to.day);
+}
+
+// Every day of 1900..2100 (or every `step`-th) of the library's calendar against ICU's, except the
+// runs in which ICU is known to be wrong (see docs/CALENDARS.md).
+int disagreementsWithIcu(std::string_view type, CivilDay step,
+                         const std::vector<std::pair<GregorianDate, GregorianDate>>& known) {
+  const AlternativeCalendar& ours = *alternativeCalendar(type);
+  const auto icu = detail::makeIcuCalendar(type, kFirst, kLast);
+  int unexpected = 0;
+  for (CivilDay day = kFirst; day <= kLast; day += step) {
+    const std::optional<CalendarDate> a = ours.dateOfCivilDay(day);
+    const std::optional<CalendarDate> b = icu->dateOfCivilDay(day);
+    bool excused = false;
+    for (const auto& [from, to] : known) excused = excused || within(day, from, to);
+    if (excused) {
+      EXPECT_NE(a, b) << type << " agrees with ICU in a run listed as a disagreement on "
+                      << isoDayText(gregorianFromCivilDay(day));
+    } else if (a != b && ++unexpected <= 5) {
+      ADD_FAILURE() << type << " differs from ICU on " << isoDayText(gregorianFromCivilDay(day));
+    }
+  }
+  return unexpected;
+}
+
+TEST(OtherCalendarAgainstIcu, ArithmeticCalendarsEveryDay) {
+  // ICU 72 postpones Rosh Hashanah 5807 to Tuesday 2046-10-02 (a molad on Sunday morning moved to
+  // Monday by the weekday rule must not be postponed again), lengthening Heshvan 5806.
+  EXPECT_EQ(disagreementsWithIcu("hebcal", 1, {{{2045, 11, 10}, {2046, 11, 29}}}), 0);
+  EXPECT_EQ(disagreementsWithIcu("hijri", 1, {}), 0);
+  EXPECT_EQ(disagreementsWithIcu("hijri-saudi", 1, {}), 0);
+  EXPECT_EQ(disagreementsWithIcu("shaka", 1, {}), 0);
+  // ICU's arithmetic 33-year rule starts 1470 AP on 21 March 2091; the equinox falls before noon
+  // in Tehran on the 20th.
+  EXPECT_EQ(disagreementsWithIcu("persian", 1, {{{2091, 3, 20}, {2092, 3, 19}}}), 0);
+}
+
+TEST(OtherCalendarAgainstIcu, LunisolarCalendarsSampled) {
+  // The Chinese table follows the astronomy where ICU misplaces a new moon or a leap month.
+  EXPECT_EQ(disagreementsWithIcu("lunar", 7,
+                                 {{{1906, 4, 23}, {1906, 5, 22}},
+                                  {{1917, 3, 23}, {1917, 5, 20}},
+                                  {{1922, 6, 25}, {1922, 8, 22}},
+                                  {{1954, 2, 3}, {1954, 3, 4}},
+                                  {{1955, 2, 22}, {1955, 3, 23}},
+                                  {{1987, 7, 26}, {1987, 9, 22}},
+                                  {{1999, 1, 17}, {1999, 2, 15}},
+                                  {{2012, 8, 17}, {2012, 9, 15}},
+                                  {{2018, 11, 7}, {2018, 12, 6}},
+                                  {{2027, 2, 6}, {2027, 3, 7}},
+                                  {{2030, 2, 2}, {2030, 3, 3}},
+                                  {{2057, 9, 28}, {2057, 10, 27}},
+                                  {{2070, 3, 12}, {2070, 4, 10}}}),
+            0);
+  // The Korean calendar is ICU's dangi calendar but for two month starts that ICU misses.
+  EXPECT_EQ(disagreementsWithIcu("korean-lunar", 13,
+                                 {{{2017, 2, 26}, {2017, 3, 27}}, {{2051, 8, 6}, {2051, 9, 4}}}),
+            0);
+  EXPECT_EQ(dateIn("korean-lunar", 2017, 2, 26), (CalendarDate{2017, 2, 1, false}));
+  EXPECT_EQ(dateIn("korean-lunar", 2017, 2, 25), (CalendarDate{2017, 1, 29, false}));
+  EXPECT_EQ(dateIn("korean-lunar", 2051, 8, 6), (CalendarDate{2051, 6, 30, false}));
+  EXPECT_EQ(dateIn("korean-lunar", 2051, 8, 7), (CalendarDate{2051, 7, 1, false}));
+}
+
+TEST(OtherCalendarKuwaiti, TabularCalendarOfTheThursdayEpochWithYear15Leap) {
+  const AlternativeCalendar& kuwaiti = *alternativeCalendar("hijri-kuwaiti");
+  const AlternativeCalendar& civil = *alternativeCalendar("hijri");
+  // 1 January 2000 is 25 Ramadan 1420 (a day ahead of the civil reckoning's 24th).
+  EXPECT_EQ(dateIn("hijri-kuwaiti", 2000, 1, 1), (CalendarDate{1420, 9, 25, false}));
+  EXPECT_EQ(dateIn("hijri", 2000, 1, 1), (CalendarDate{1420, 9, 24, false}));
+  // Leap years of the cycle: 2, 5, 7, 10, 13, 15, 18, 21, 24, 26, 29 (the civil one has 16).
+  std::vector<int> leap;
+  for (int year = 1411; year <= 1440; ++year) {
+    if (kuwaiti.daysInMonth(year, 12, false) == 30) leap.push_back((year - 1) % 30 + 1);
+    EXPECT_EQ(civil.daysInMonth(year, 12, false) == 30, ((year * 11 + 14) % 30) < 11) << year;
+  }
+  EXPECT_EQ(leap, (std::vector<int>{2, 5, 7, 10, 13, 15, 18, 21, 24, 26, 29}));
+  // ICU's islamic-tbla shares the epoch but not the pattern: the two differ exactly during
+  // year 16 of each cycle (1426 AH: 2005-02-10 .. 2006-01-29).
+  EXPECT_EQ(disagreementsWithIcu("hijri-kuwaiti", 1,
+                                 {{{1917, 10, 16}, {1918, 10, 5}},
+                                  {{1946, 11, 24}, {1947, 11, 13}},
+                                  {{1976, 1, 2}, {1976, 12, 21}},
+                                  {{2005, 2, 9}, {2006, 1, 29}},
+                                  {{2034, 3, 20}, {2035, 3, 9}},
+                                  {{2063, 4, 28}, {2064, 4, 16}},
+                                  {{2092, 6, 5}, {2093, 5, 25}}}),
+            0);
+}
+
+TEST(OtherCalendarRoundTrips, EveryDayOfEveryCalendarAndItsMonths) {
+  for (const char* type : kTypes) {
+    const AlternativeCalendar& calendar = *alternativeCalendar(type);
+    std::optional<CalendarDate> previous;
+    int failures = 0;
+    for (CivilDay day = kFirst; day <= kLast && failures < 5; ++day) {
+      const std::optional<CalendarDate> date = calendar.dateOfCivilDay(day);
+      if (!date || calendar.civilDayOfDate(*date) != day) {
+        ADD_FAILURE() << type << " round trip " << isoDayText(gregorianFromCivilDay(day));
+        ++failures;
+        continue;
+      }
+      // Each day follows the previous one: the next day of the month, or day 1 of the next month
+      // of the year's list after a month of daysInMonth days.
+      if (previous && date->day != previous->day + 1) {
+        const std::vector<CalendarMonth> months = calendar.monthsOfYear(previous->year);
+        const int length = calendar.daysInMonth(previous->year, previous->month, previous->leap);
+        EXPECT_EQ(previous->day, length) << type << " " << isoDayText(gregorianFromCivilDay(day));
+        EXPECT_EQ(date->day, 1);
+        const auto at =
+            std::find(months.begin(), months.end(), CalendarMonth{previous->month, previous->leap});
+        ASSERT_NE(at, months.end()) << type;
+        if (at + 1 != months.end()) {
+          EXPECT_EQ(*(at + 1), (CalendarMonth{date->month, date->leap})) << type;
+          EXPECT_EQ(date->year, previous->year);
+        } else {
+          EXPECT_EQ(date->year, previous->year + 1) << type;
+          EXPECT_EQ(calendar.monthsOfYear(date->year).front(),
+                    (CalendarMonth{date->month, date->leap}));
+        }
+      }
+      previous = date;
+    }
+  }
+}
+
+TEST(OtherCalendarRoundTrips, RangeEndsAndNonexistentDates) {
+  for (const char* type : kTypes) {
+    const AlternativeCalendar& calendar = *alternativeCalendar(type);
+    EXPECT_TRUE(calendar.dateOfCivilDay(kFirst)) << type;
+    EXPECT_TRUE(calendar.dateOfCivilDay(kLast)) << type;
+    EXPECT_FALSE(calendar.dateOfCivilDay(civilDayFromGregorian(2400, 1, 1))) << type;
+    EXPECT_FALSE(calendar.dateOfCivilDay(civilDayFromGregorian(1700, 1, 1))) << type;
+    const CalendarDate sample = *calendar.dateOfCivilDay(civilDayFromGregorian(2024, 6, 1));
+    EXPECT_FALSE(calendar.civilDayOfDate({sample.year, sample.month, 0, false})) << type;
+    EXPECT_FALSE(calendar.civilDayOfDate({sample.year, sample.month, 32, false})) << type;
+    EXPECT_FALSE(calendar.civilDayOfDate({sample.year, 13, 1, false})) << type;
+    EXPECT_FALSE(calendar.civilDayOfDate({sample.year, 0, 1, false})) << type;
+    EXPECT_TRUE(calendar.monthsOfYear(3000).empty()) << type;
+    EXPECT_EQ(calendar.daysInMonth(3000, 1, false), 0) << type;
+  }
+  // Leap months only where the year has one.
+  const AlternativeCalendar& lunar = *alternativeCalendar("lunar");
+  EXPECT_TRUE(lunar.civilDayOfDate({2023, 2, 29, true}));
+  EXPECT_FALSE(lunar.civilDayOfDate({2023, 3, 1, true}));
+  EXPECT_FALSE(lunar.civilDayOfDate({2024, 2, 1, true}));
+  EXPECT_EQ(lunar.monthsOfYear(2023).size(), 13u);
+  EXPECT_EQ(lunar.monthsOfYear(2023)[2], (CalendarMonth{2, true}));
+  EXPECT_FALSE(alternativeCalendar("hijri")->civilDayOfDate({1445, 1, 1, true}));
+  EXPECT_FALSE(alternativeCalendar("shaka")->civilDayOfDate({1946, 1, 1, true}));
+  // Hebrew: Adar I only in leap years, Heshvan 30 only in complete years.
+  const AlternativeCalendar& hebrew = *alternativeCalendar("hebcal");
+  EXPECT_EQ(hebrew.monthsOfYear(5784).size(), 13u);
+  EXPECT_EQ(hebrew.monthsOfYear(5784)[5], (CalendarMonth{5, true}));
+  EXPECT_EQ(hebrew.monthsOfYear(5785).size(), 12u);
+  EXPECT_EQ(hebrew.daysInMonth(5784, 5, true), 30);
+  EXPECT_EQ(hebrew.daysInMonth(5785, 5, true), 0);
+  EXPECT_EQ(hebrew.daysInMonth(5785, 6, false), 29);
+  EXPECT_EQ(hebrew.daysInMonth(5785, 2, false), 30);  // 5785 is a complete year (355 days)
+  EXPECT_EQ(hebrew.daysInMonth(5784, 3, false), 29);  // 5784 is deficient (383 days)
+  // Esfand has 30 days only in leap years: 1403 is, 1404 is not.
+  const AlternativeCalendar& persian = *alternativeCalendar("persian");
+  EXPECT_EQ(persian.daysInMonth(1403, 12, false), 30);
+  EXPECT_FALSE(persian.civilDayOfDate({1404, 12, 30, false}));
+  EXPECT_EQ(persian.daysInMonth(1404, 1, false), 31);
+  EXPECT_EQ(persian.daysInMonth(1404, 7, false), 30);
+  // The Indian year: Chaitra 31 days in a Gregorian leap year.
+  EXPECT_EQ(alternativeCalendar("shaka")->daysInMonth(1946, 1, false), 31);
+  EXPECT_EQ(alternativeCalendar("shaka")->daysInMonth(1945, 1, false), 30);
+}
+
+TEST(OtherCalendarPersian, NowruzFollowsTheEquinoxAtTehranNoon) {
+  // The committed corrections are exactly where the sun model moves Nowruz off the 33-year rule.
+  std::vector<std::pair<int, int>> derived;
+  for (int year = detail::kPersianAstronomicalFirstYear;
+       year <= detail::kPersianAstronomicalLastYear; ++year) {
+    const CivilDay shift =
+        detail::persianAstronomicalNewYear(year) - detail::persianArithmeticNewYear(year);
+    if (shift != 0) derived.emplace_back(year, static_cast<int>(shift));
+  }
+  EXPECT_EQ(derived, detail::persianNewYearShifts());
+  EXPECT_EQ(derived, (std::vector<std::pair<int, int>>{{1470, -1}}));
+  // Published Nowruz days: 1399 (equinox 2020-03-20 03:49 UTC), 1404 (2025-03-20 09:01 UTC,
+  // 12:31 in Tehran: after noon, so the 21st).
+  EXPECT_EQ(isoDayText(gregorianFromCivilDay(detail::persianNewYear(1399))), "2020-03-20");
+  EXPECT_EQ(isoDayText(gregorianFromCivilDay(detail::persianNewYear(1404))), "2025-03-21");
+  EXPECT_EQ(isoDayText(gregorianFromCivilDay(detail::persianNewYear(1470))), "2091-03-20");
+  // Outside the astronomical years the 33-year rule holds.
+  EXPECT_EQ(detail::persianNewYear(1500), detail::persianArithmeticNewYear(1500));
+  // The equation of time in mid-February is about -14 minutes, early November about +16.
+  EXPECT_NEAR(detail::equationOfTimeMinutes(2460355.5), -14.2, 0.3);  // 2024-02-11
+  EXPECT_NEAR(detail::equationOfTimeMinutes(2460618.5), 16.4, 0.3);   // 2024-11-01
+}
+
+TEST(OtherCalendarUmmAlQura, TableIsConsistentAndMatchesIcu) {
+  const std::vector<uint32_t>& table = detail::ummAlQuraTable();
+  ASSERT_EQ(table.size(), 301u);
+  std::vector<std::string> problems;
+  EXPECT_FALSE(detail::generateUmmAlQuraTableSource(&problems).empty());
+  EXPECT_TRUE(problems.empty()) << problems.front();
+  // Runs of months: never more than 4 of 30 days or 3 of 29 in a row (the moon's mean month is
+  // 29.53 days), so no month start strays far from the mean.
+  int run30 = 0;
+  int run29 = 0;
+  for (const uint32_t entry : table) {
+    for (int month = 0; month < 12; ++month) {
+      const bool thirty = ((entry >> month) & 1u) != 0;
+      run30 = thirty ? run30 + 1 : 0;
+      run29 = thirty ? 0 : run29 + 1;
+      EXPECT_LE(run30, 4);
+      EXPECT_LE(run29, 3);
+    }
+  }
+}
+
+TEST(OtherCalendarVietnamese, YearsWhoseNewYearDiffersFromChina) {
+  // Tết against the Chinese New Year, 1900..2100: the years in which they fall on different days.
+  std::vector<std::string> differing;
+  const AlternativeCalendar& vietnam = *alternativeCalendar("vietnam");
+  const AlternativeCalendar& china = *alternativeCalendar("lunar");
+  for (int year = 1900; year <= 2100; ++year) {
+    const CivilDay tet = *vietnam.civilDayOfDate({year, 1, 1, false});
+    const CivilDay chinese = *china.civilDayOfDate({year, 1, 1, false});
+    if (tet != chinese) differing.push_back(isoDayText(gregorianFromCivilDay(tet)));
+  }
+  EXPECT_EQ(differing, (std::vector<std::string>{"1968-01-29", "1969-02-16", "1985-01-21",
+                                                 "2007-02-17", "2030-02-02", "2053-02-18"}));
+  // 1985: the winter solstice of 1984 falls in a different month at UTC+7, so Vietnam has no
+  // leap 10th month and starts the year a month earlier; China's 1984 has leap 10.
+  EXPECT_EQ(vietnam.monthsOfYear(1984).size(), 12u);
+  EXPECT_EQ(china.monthsOfYear(1984).size(), 13u);
+  // 1987: China's leap month is the 6th, Vietnam's the 7th.
+  EXPECT_EQ(vietnam.monthsOfYear(1987)[7], (CalendarMonth{7, true}));
+  EXPECT_EQ(china.monthsOfYear(1987)[6], (CalendarMonth{6, true}));
+  // Before the change of 1967 the two calendars are the same.
+  for (CivilDay day = kFirst; day < civilDayFromGregorian(1967, 8, 8); day += 1) {
+    ASSERT_EQ(vietnam.dateOfCivilDay(day), china.dateOfCivilDay(day))
+        << isoDayText(gregorianFromCivilDay(day));
+  }
+}
+
+TEST(OtherCalendarVietnamese, TableMatchesTheEngineAtUtcPlus7) {
+  const LunisolarCalendar engine = LunisolarCalendar::vietnamese();
+  const AlternativeCalendar& vietnam = *alternativeCalendar("vietnam");
+  for (int year : {1968, 1985, 2007, 2031, 2057, 2100}) {
+    const std::vector<LunisolarMonth> months = engine.monthsOfYear(year);
+    const std::vector<CalendarMonth> table = vietnam.monthsOfYear(year);
+    ASSERT_EQ(table.size() + 1, months.size()) << year;
+    for (std::size_t i = 0; i < table.size(); ++i) {
+      EXPECT_EQ(table[i], (CalendarMonth{months[i].number, months[i].isLeap})) << year;
+      EXPECT_EQ(vietnam.civilDayOfDate({year, table[i].month, 1, table[i].leap}),
+                months[i].startDay)
+          << year;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace norvik
+
+namespace norvik {
+namespace {
+
+TEST(OtherCalendarConcurrency, KoreanYearsReadOnceFromManyThreads) {
+  // Threads race to fill the Korean cache for the same years; every answer must match ICU's.
+  const auto icu = detail::makeIcuCalendar("korean-lunar", civilDayFromGregorian(1800, 1, 1),
+                                           civilDayFromGregorian(2300, 12, 31));
+  const AlternativeCalendar& korean = *alternativeCalendar("korean-lunar");
+  std::vector<std::thread> threads;
+  std::atomic<int> mismatches{0};
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      for (int year = 2200; year < 2230; ++year) {
+        const CivilDay day = civilDayFromGregorian(year, 3 + t, 15);
+        if (korean.dateOfCivilDay(day) != icu->dateOfCivilDay(day)) ++mismatches;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(mismatches.load(), 0);
 }
 
 }  // namespace

@@ -1,5 +1,15 @@
 // lunisolar_tables month-table FILE   writes the Chinese month-start table (C++ initializer)
 // lunisolar_tables solar-terms FILE   writes SolarTerms.plist for 1901..2100 (UTC+8 days)
+// lunisolar_tables vietnamese-month-table FILE   the Vietnamese month-start table
+// lunisolar_tables umm-al-qura-table FILE   the Umm al-Qura table read from ICU (its
+//                                     inconsistencies on standard error)
+// lunisolar_tables persian-shifts FILE   the years 1278..1480 AP whose astronomical Nowruz differs
+//                                     from the 33-year rule's
+// lunisolar_tables compare-calendars  every day 1900..2100 of the alternative calendars against
+//                                     ICU's, in runs of disagreement
+// lunisolar_tables vietnam-vs-china   the runs of days on which the Vietnamese and Chinese
+//                                     calendars differ, 1900..2100
+// lunisolar_tables korea-vs-engine    ICU's dangi calendar against the engine at Korea's offsets
 // lunisolar_tables compare            lists every day from 1901-02-19 to 2099-12-31 on which the
 //                                     computed calendar, ICU's Chinese calendar and the lunar table
 //                                     disagree, grouped in runs, with the nearby new moons and
@@ -11,8 +21,10 @@
 #include <optional>
 #include <string>
 
+#include "calendar/alternative_calendars.h"
 #include "norvik/calendar/lunar_converter.h"
 #include "norvik/calendar/lunisolar.h"
+#include "norvik/calendar/other_calendar.h"
 #include "norvik/platform/calendar.h"
 #include "norvik/platform/property_list.h"
 #include "norvik/platform/time_zone.h"
@@ -143,6 +155,134 @@ int compare() {
   return 0;
 }
 
+std::string calendarText(const std::optional<CalendarDate>& d) {
+  if (!d) return "none";
+  char buffer[48];
+  std::snprintf(buffer, sizeof buffer, "%d-%s%d-%d", d->year, d->leap ? "L" : "", d->month, d->day);
+  return buffer;
+}
+
+// Prints the runs of days in [first, last] on which a and b differ; returns the days.
+long compareRuns(const AlternativeCalendar& a, const AlternativeCalendar& b, CivilDay first,
+                 CivilDay last) {
+  long days = 0;
+  int runs = 0;
+  CivilDay runStart = 0;
+  bool inRun = false;
+  std::string runText;
+  for (CivilDay day = first; day <= last + 1; ++day) {
+    bool differs = false;
+    std::string text;
+    if (day <= last) {
+      const std::optional<CalendarDate> x = a.dateOfCivilDay(day);
+      const std::optional<CalendarDate> y = b.dateOfCivilDay(day);
+      differs = x != y;
+      text = calendarText(x) + " / " + calendarText(y);
+    }
+    if (differs) {
+      ++days;
+      if (!inRun) {
+        inRun = true;
+        runStart = day;
+        runText = text;
+      }
+    } else if (inRun) {
+      ++runs;
+      std::printf("  %s .. %s (%ld days): at start %s\n",
+                  isoDayText(gregorianFromCivilDay(runStart)).c_str(),
+                  isoDayText(gregorianFromCivilDay(day - 1)).c_str(),
+                  static_cast<long>(day - runStart), runText.c_str());
+      inRun = false;
+    }
+  }
+  std::printf("  %d runs, %ld days\n", runs, days);
+  return days;
+}
+
+int compareCalendars() {
+  const CivilDay first = civilDayFromGregorian(1900, 1, 1);
+  const CivilDay last = civilDayFromGregorian(2100, 12, 31);
+  for (const char* type : {"hebcal", "hijri", "hijri-kuwaiti", "hijri-saudi", "persian", "shaka",
+                           "lunar", "korean-lunar"}) {
+    const auto icu = detail::makeIcuCalendar(type, first, last);
+    std::printf(
+        "== %s: library / ICU %s\n", type,
+        std::string(platform::calendarIdentifierName(*detail::icuCalendarOfType(type))).c_str());
+    compareRuns(*alternativeCalendar(type), *icu, first, last);
+  }
+  return 0;
+}
+
+int vietnamVsChina() {
+  std::printf("== vietnam / lunar\n");
+  compareRuns(*alternativeCalendar("vietnam"), *alternativeCalendar("lunar"),
+              civilDayFromGregorian(1900, 1, 1), civilDayFromGregorian(2100, 12, 31));
+  return 0;
+}
+
+int koreaVsEngine() {
+  // Korea's standard offsets: Seoul mean time (UTC+8:27:52) until 1908-04-01, UTC+8:30 until
+  // 1912, UTC+9 until 1954-03-21, UTC+8:30 until 1961-08-10, UTC+9 since.
+  struct Period {
+    GregorianDate from;
+    int offset;
+  };
+  const Period periods[] = {{{1900, 1, 1}, 30472},
+                            {{1908, 4, 1}, 30600},
+                            {{1912, 1, 1}, 32400},
+                            {{1954, 3, 21}, 30600},
+                            {{1961, 8, 10}, 32400}};
+  class KoreaEngine final : public AlternativeCalendar {
+   public:
+    explicit KoreaEngine(const Period* periods, std::size_t count) {
+      for (std::size_t i = 0; i < count; ++i) {
+        starts_.push_back(civilDayFromGregorian(periods[i].from.year, periods[i].from.month,
+                                                periods[i].from.day));
+        engines_.emplace_back(periods[i].offset);
+      }
+    }
+    std::string_view identifier() const override { return "korea-engine"; }
+    std::optional<CalendarDate> dateOfCivilDay(CivilDay day) const override {
+      std::size_t i = 0;
+      while (i + 1 < starts_.size() && starts_[i + 1] <= day) ++i;
+      const LunarDate d = engines_[i].lunarDate(day);
+      return CalendarDate{d.year, d.month, d.day, d.isLeapMonth};
+    }
+    std::optional<CivilDay> civilDayOfDate(const CalendarDate&) const override {
+      return std::nullopt;
+    }
+    std::vector<CalendarMonth> monthsOfYear(int) const override { return {}; }
+    int daysInMonth(int, int, bool) const override { return 0; }
+
+   private:
+    std::vector<CivilDay> starts_;
+    std::vector<LunisolarCalendar> engines_;
+  };
+  const KoreaEngine engine(periods, std::size(periods));
+  std::printf("== korean-lunar (ICU dangi) / engine at Korea's offsets\n");
+  compareRuns(*alternativeCalendar("korean-lunar"), engine, civilDayFromGregorian(1900, 1, 1),
+              civilDayFromGregorian(2100, 12, 31));
+  return 0;
+}
+
+std::string persianShiftsSource() {
+  std::string text =
+      "// Generated by tools/lunisolar_tables (persian-shifts); do not edit.\n"
+      "// {year AP, astronomical minus arithmetic Nowruz in days}, astronomical Nowruz\n";
+  for (int year = detail::kPersianAstronomicalFirstYear;
+       year <= detail::kPersianAstronomicalLastYear; ++year) {
+    const CivilDay arithmetic = detail::persianArithmeticNewYear(year);
+    const CivilDay astronomical = detail::persianAstronomicalNewYear(year);
+    if (arithmetic == astronomical) continue;
+    char buffer[96];
+    std::snprintf(buffer, sizeof buffer, "{%d, %d},  // %s\n", year,
+                  static_cast<int>(astronomical - arithmetic),
+                  isoDayText(gregorianFromCivilDay(astronomical)).c_str());
+    text += buffer;
+  }
+  return text;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -160,6 +300,23 @@ int main(int argc, char** argv) {
                : 1;
   }
   if (command == "compare") return compare();
-  std::cerr << "usage: lunisolar_tables month-table FILE | solar-terms FILE | compare\n";
+  if (command == "vietnamese-month-table" && argc == 3) {
+    return writeFile(argv[2], generateVietnameseMonthTableSource()) ? 0 : 1;
+  }
+  if (command == "umm-al-qura-table" && argc == 3) {
+    std::vector<std::string> problems;
+    const std::string text = detail::generateUmmAlQuraTableSource(&problems);
+    for (const std::string& problem : problems) std::cerr << problem << "\n";
+    return !text.empty() && writeFile(argv[2], text) ? 0 : 1;
+  }
+  if (command == "persian-shifts" && argc == 3) {
+    return writeFile(argv[2], persianShiftsSource()) ? 0 : 1;
+  }
+  if (command == "compare-calendars") return compareCalendars();
+  if (command == "vietnam-vs-china") return vietnamVsChina();
+  if (command == "korea-vs-engine") return koreaVsEngine();
+  std::cerr << "usage: lunisolar_tables month-table FILE | solar-terms FILE | compare |\n"
+               "  vietnamese-month-table FILE | umm-al-qura-table FILE | persian-shifts FILE |\n"
+               "  compare-calendars | vietnam-vs-china | korea-vs-engine\n";
   return 2;
 }

@@ -110,7 +110,9 @@ class LunisolarCalendar {
   // China: UTC+8 from 1929; before that the calendar was reckoned for the meridian of Beijing
   // (116°25' E, UTC+7:45:40).
   static LunisolarCalendar chinese();
-  // Vietnam: UTC+7 from 1968; before that UTC+8.
+  // Vietnam: UTC+7 from 1967-08-08 (the decree that moved North Vietnam's clocks and calendar);
+  // before that UTC+8. (Before 1967 Vietnam used the Chinese calendar itself, Beijing's meridian
+  // included: vietnameseMonthTable() takes those years from chinese().)
   static LunisolarCalendar vietnamese();
   // The offset in force at an instant.
   int utcOffsetSeconds(platform::Date at) const { return at < change_ ? earlierOffset_ : offset_; }
@@ -153,12 +155,24 @@ inline constexpr int kChineseTableFirstLunarYear = 1899;
 inline constexpr int kChineseTableLastLunarYear = 2100;
 const std::vector<uint32_t>& chineseMonthTable();
 
+// ---- The Vietnamese calendar from its generated table
+// --------------------------------------------
+
+// The month-start table of the Vietnamese calendar, packed like the Chinese one: one entry per
+// lunar year from 1899 to 2100; the years before 1967 are the Chinese calendar's, the later ones
+// LunisolarCalendar::vietnamese()'s.
+inline constexpr int kVietnameseTableFirstLunarYear = 1899;
+inline constexpr int kVietnameseTableLastLunarYear = 2100;
+const std::vector<uint32_t>& vietnameseMonthTable();
+
 // ---- Generators (tools/lunisolar_tables writes these; tests compare them with the committed
 // files)
 
 // The C++ initializer text of the month-start table: one packed entry per lunar year from
 // kChineseTableFirstLunarYear to kChineseTableLastLunarYear, from LunisolarCalendar::chinese().
 std::string generateChineseMonthTableSource();
+// The same for LunisolarCalendar::vietnamese() (kVietnameseTableFirstLunarYear..LastLunarYear).
+std::string generateVietnameseMonthTableSource();
 // The solar-term table: "yyyy-01-01" -> {"yyyy-MM-dd" -> term name} for every year from
 // `firstYear` to `lastYear`, each term dated on the civil day of its instant at the offset.
 platform::Dictionary generateSolarTermsTable(int firstYear, int lastYear, int utcOffsetSeconds);

@@ -1,0 +1,79 @@
+// Nowruz: the astronomical rule of the Iranian calendar and the years in which the 33-year
+// arithmetic rule misses it.
+#include <cmath>
+
+#include "calendar/alternative_calendars.h"
+
+namespace norvik::detail {
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr double kDegree = kPi / 180.0;
+
+// Tehran's longitude, 51°25' E; Iran Standard Time is UTC+3:30.
+constexpr double kTehranLongitude = 51.0 + 25.0 / 60.0;
+constexpr int kIranOffsetSeconds = 12600;
+
+// Years whose astronomical Nowruz differs from the 33-year rule's: the year and the difference
+// in days (astronomical minus arithmetic). Derived from persianAstronomicalNewYear() for every
+// year of kPersianAstronomicalFirstYear..kPersianAstronomicalLastYear; the calendar test derives
+// the list again and compares.
+struct NewYearShift {
+  int year;
+  int days;
+};
+constexpr NewYearShift kShifts[] = {
+#include "calendar/persian_new_year_shifts.inc"
+};
+
+}  // namespace
+
+double equationOfTimeMinutes(double jde) {
+  const double tau = (jde - 2451545.0) / 365250.0;
+  const double t = tau * 10.0;
+  // The sun's mean longitude, and its apparent right ascension from the apparent longitude.
+  double l0 = 280.4664567 + 360007.6982779 * tau + 0.03032028 * tau * tau +
+              tau * tau * tau / 49931.0 - std::pow(tau, 4) / 15300.0 - std::pow(tau, 5) / 2000000.0;
+  const double epsilon =
+      23.0 + 26.0 / 60.0 + (21.448 - 46.8150 * t - 0.00059 * t * t + 0.001813 * t * t * t) / 3600.0;
+  const double lambda = astro::sunApparentLongitude(jde) * kDegree;
+  double alpha =
+      std::atan2(std::cos(epsilon * kDegree) * std::sin(lambda), std::cos(lambda)) / kDegree;
+  // E = L0 - 0.0057183° - α (+ Δψ cos ε, under a second of time, left out).
+  double e = std::fmod(l0 - 0.0057183 - alpha, 360.0);
+  if (e > 180.0) e -= 360.0;
+  if (e < -180.0) e += 360.0;
+  return e * 4.0;
+}
+
+CivilDay persianAstronomicalNewYear(int year) {
+  const int gregorianYear = year + 621;
+  const double equinoxJD =
+      astro::universalFromDynamical(astro::solarLongitudeJDE(gregorianYear, 0.0));
+  const double equinoxSeconds = (equinoxJD - 2440587.5) * 86400.0;
+  // The day of the equinox in Iran, and apparent noon of that day at Tehran's meridian.
+  const CivilDay day =
+      static_cast<CivilDay>(std::floor((equinoxSeconds + kIranOffsetSeconds) / 86400.0));
+  const double meanNoon = static_cast<double>(day) * 86400.0 + 43200.0 - kTehranLongitude * 240.0;
+  const double jdeNoon =
+      2440587.5 + meanNoon / 86400.0 + astro::deltaTSeconds(gregorianYear + 0.22) / 86400.0;
+  const double apparentNoon = meanNoon - equationOfTimeMinutes(jdeNoon) * 60.0;
+  return equinoxSeconds < apparentNoon ? day : day + 1;
+}
+
+CivilDay persianNewYear(int year) {
+  CivilDay day = persianArithmeticNewYear(year);
+  if (year < kPersianAstronomicalFirstYear || year > kPersianAstronomicalLastYear) return day;
+  for (const NewYearShift& shift : kShifts) {
+    if (shift.year == year) return day + shift.days;
+  }
+  return day;
+}
+
+std::vector<std::pair<int, int>> persianNewYearShifts() {
+  std::vector<std::pair<int, int>> shifts;
+  for (const NewYearShift& shift : kShifts) shifts.emplace_back(shift.year, shift.days);
+  return shifts;
+}
+
+}  // namespace norvik::detail

@@ -1,0 +1,60 @@
+// Conversions of a calendar described year by year.
+#include "calendar/year_calendar.h"
+
+namespace norvik::detail {
+
+bool YearCalendar::inRange(const YearLayout& year) const {
+  int length = 0;
+  for (int i = 0; i < year.count; ++i) length += year.lengths[i];
+  return year.newYear <= last_ && year.newYear + length - 1 >= first_;
+}
+
+std::optional<CalendarDate> YearCalendar::dateOfCivilDay(CivilDay day) const {
+  if (day < first_ || day > last_) return std::nullopt;
+  int year = estimateYear(day);
+  while (newYear(year) > day) --year;
+  while (newYear(year + 1) <= day) ++year;
+  YearLayout l;
+  if (!layout(year, l)) return std::nullopt;
+  CivilDay rest = day - l.newYear;
+  for (int i = 0; i < l.count; ++i) {
+    if (rest < l.lengths[i]) {
+      return CalendarDate{year, l.months[i].month, static_cast<int>(rest) + 1, l.months[i].leap};
+    }
+    rest -= l.lengths[i];
+  }
+  return std::nullopt;  // a layout shorter than the distance between two new years
+}
+
+std::optional<CivilDay> YearCalendar::civilDayOfDate(const CalendarDate& date) const {
+  YearLayout l;
+  if (date.day < 1 || !layout(date.year, l)) return std::nullopt;
+  CivilDay day = l.newYear;
+  for (int i = 0; i < l.count; ++i) {
+    if (l.months[i] == CalendarMonth{date.month, date.leap}) {
+      if (date.day > l.lengths[i]) return std::nullopt;
+      day += date.day - 1;
+      if (day < first_ || day > last_) return std::nullopt;
+      return day;
+    }
+    day += l.lengths[i];
+  }
+  return std::nullopt;
+}
+
+std::vector<CalendarMonth> YearCalendar::monthsOfYear(int year) const {
+  YearLayout l;
+  if (!layout(year, l) || !inRange(l)) return {};
+  return std::vector<CalendarMonth>(l.months, l.months + l.count);
+}
+
+int YearCalendar::daysInMonth(int year, int month, bool leap) const {
+  YearLayout l;
+  if (!layout(year, l) || !inRange(l)) return 0;
+  for (int i = 0; i < l.count; ++i) {
+    if (l.months[i] == CalendarMonth{month, leap}) return l.lengths[i];
+  }
+  return 0;
+}
+
+}  // namespace norvik::detail
