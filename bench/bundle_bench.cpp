@@ -7,6 +7,7 @@
 #include <fstream>
 #include <string>
 
+#include "bench_support.h"
 #include "norvik/platform/bundle.h"
 #include "norvik/platform/environment.h"
 #include "norvik/platform/strings_table.h"
@@ -32,9 +33,6 @@ std::string tableText() {
 class Fixture {
  public:
   Fixture() {
-    std::string pattern = (fs::temp_directory_path() / "norvik-bench-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) std::abort();
-    root_ = pattern;
     for (const char* code : {"de", "en"}) {
       fs::create_directories(root_ + "/" + code + ".lproj");
       std::ofstream(root_ + "/" + code + ".lproj/Localizable.strings") << tableText();
@@ -44,13 +42,10 @@ class Fixture {
     env.mainBundlePath = root_;
     setEnvironment(env);
   }
-  ~Fixture() {
-    std::error_code ignored;
-    fs::remove_all(root_, ignored);
-  }
 
  private:
-  std::string root_;
+  norvik::bench::TempDirectory directory_;
+  const std::string& root_ = directory_.path();
 };
 
 Fixture& fixture() {

@@ -31,6 +31,24 @@ void useShanghai() {
   (void)done;
 }
 
+// ICU's Chinese calendar caches the new moons and solstices of every year it has worked out, for
+// the life of the process. This measures the conversion an application pays the first time it
+// shows a year: one day in each of 1901..2099, each year touched once, in a process where nothing
+// has used ICU's Chinese calendar yet (so it is registered before every other ICU benchmark and is
+// only meaningful in a run that includes it first).
+void BM_ToLunarICUFirstOfYear(benchmark::State& state) {
+  const Calendar chinese(CalendarIdentifier::chinese, *TimeZone::withSecondsFromGMT(28800),
+                         Locale("zh_CN"));
+  for (auto _ : state) {
+    for (int year = 1901; year <= 2099; ++year) {
+      const Date noon(static_cast<double>(civilDayFromGregorian(year, 6, 15)) * 86400.0 + 14400.0);
+      benchmark::DoNotOptimize(chinese.components(noon));
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * 199);
+}
+BENCHMARK(BM_ToLunarICUFirstOfYear)->Iterations(1);
+
 void BM_ToLunarTable(benchmark::State& state) {
   std::int64_t i = 0;
   for (auto _ : state) {

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <string>
 
+#include "bench_support.h"
 #include "norvik/platform/environment.h"
 #include "norvik/settings/registry.h"
 
@@ -74,19 +75,14 @@ BENCHMARK(BM_WrappedWrite);
 }  // namespace
 
 int main(int argc, char** argv) {
-  // A private container under the temporary directory, never the user's own.
-  const char* base = getenv("TMPDIR");
-  std::string pattern =
-      (base ? std::string(base) : std::filesystem::temp_directory_path().string()) +
-      "/norvik-settings-bench-XXXXXX";
-  if (mkdtemp(pattern.data()) == nullptr) return 1;
-  norvik::platform::modifyEnvironment(
-      [&](norvik::platform::Environment& env) { env.appGroupContainerDirectory = pattern; });
+  // A private container, never the user's own settings.
+  const norvik::bench::TempDirectory container("norvik-settings-bench");
+  norvik::platform::modifyEnvironment([&](norvik::platform::Environment& env) {
+    env.appGroupContainerDirectory = container.path();
+  });
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
-  std::error_code ignored;
-  std::filesystem::remove_all(pattern, ignored);
   return 0;
 }

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <string>
 
+#include "bench_support.h"
 #include "norvik/platform/environment.h"
 #include "norvik/platform/user_defaults.h"
 
@@ -66,22 +67,14 @@ BENCHMARK(BM_TenWritesThenSynchronize)->Unit(benchmark::kMicrosecond);
 }  // namespace
 
 int main(int argc, char** argv) {
-  // A private container under the temporary directory, so that the benchmark never touches the
-  // user's own settings. NORVIK_BENCH_DIR chooses another place (a real disk instead of tmpfs).
-  const char* base = getenv("NORVIK_BENCH_DIR");
-  std::string pattern =
-      (base ? std::string(base) : std::filesystem::temp_directory_path().string()) +
-      "/norvik-bench-XXXXXX";
-  if (mkdtemp(pattern.data()) == nullptr) return 1;
-  norvik::platform::modifyEnvironment(
-      [&](norvik::platform::Environment& env) { env.appGroupContainerDirectory = pattern; });
-
+  // A private container, never the user's own settings.
+  const norvik::bench::TempDirectory container("norvik-bench");
+  norvik::platform::modifyEnvironment([&](norvik::platform::Environment& env) {
+    env.appGroupContainerDirectory = container.path();
+  });
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
-
-  std::error_code ignored;
-  std::filesystem::remove_all(pattern, ignored);
   return 0;
 }

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string>
 
+#include "bench_support.h"
 #include "norvik/environment/language_environment.h"
 #include "norvik/environment/user_language.h"
 #include "norvik/platform/environment.h"
@@ -19,22 +20,16 @@ namespace fs = std::filesystem;
 class Fixture {
  public:
   Fixture() {
-    std::string pattern = (fs::temp_directory_path() / "norvik-bench-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) std::abort();
-    root_ = pattern;
     norvik::platform::modifyEnvironment([&](norvik::platform::Environment& env) {
       env.appGroupContainerDirectory = root_;
       env.preferredLanguages = {"en-US"};
     });
     norvik::NVUserLanguage::setUserLanguageType(14);
   }
-  ~Fixture() {
-    std::error_code ignored;
-    fs::remove_all(root_, ignored);
-  }
 
  private:
-  std::string root_;
+  norvik::bench::TempDirectory directory_;
+  const std::string& root_ = directory_.path();
 };
 
 Fixture& fixture() {

@@ -70,8 +70,13 @@ std::unique_ptr<AlternativeCalendar> makePersianCalendar(CivilDay first, CivilDa
 std::unique_ptr<AlternativeCalendar> makeChineseCalendar(CivilDay first, CivilDay last);
 // The Vietnamese calendar from its committed table: 1900-01-01 .. 2100-12-31.
 std::unique_ptr<AlternativeCalendar> makeVietnameseCalendar();
-// The Korean calendar: ICU's dangi month starts, read once per lunar year (1798..2302).
+// The Korean calendar: ICU's dangi month starts with two corrections, from a committed table for
+// lunar years 1899..2100 and read once per lunar year from ICU for 1798..1898 and 2101..2302.
+inline constexpr int kKoreanTableFirstYear = 1899;
+inline constexpr int kKoreanTableLastYear = 2100;
 std::unique_ptr<AlternativeCalendar> makeKoreanCalendar(CivilDay first, CivilDay last);
+// The committed table's source text, read from ICU (about a second).
+std::string generateKoreanMonthTableSource();
 
 // The Umm al-Qura calendar from its committed table, AH 1300..1600 (1882-11-12 .. 2174-11-25);
 // std::nullopt outside. nullptr when the table is damaged.
@@ -90,11 +95,17 @@ CivilDay persianArithmeticNewYear(int year);
 // - by the astronomical rule of the Iranian calendar: the day in Iran on which the March equinox
 //   falls before apparent noon at Tehran's meridian, else the next day (computed: ~100 µs);
 CivilDay persianAstronomicalNewYear(int year);
-// - as the library reckons it: astronomical for the years below (1278..1480 AP, Gregorian
-//   1899..2101), arithmetic outside them (a table read, no astronomy).
+// - as the library reckons it: the arithmetic rule, corrected by a committed list for the years
+//   1278..1480 AP (Gregorian 1899..2101) in which the astronomical rule decidedly differs (the
+//   equinox at least kPersianDecisionMarginSeconds away from noon; no astronomy at run time).
 inline constexpr int kPersianAstronomicalFirstYear = 1278;
 inline constexpr int kPersianAstronomicalLastYear = 1480;
 CivilDay persianNewYear(int year);
+// Seconds from apparent noon at Tehran to the March equinox of year `year` (negative: before).
+double persianEquinoxFromNoonSeconds(int year);
+// Closer to noon than this, the sun model (about 24 s) and ΔT (tens of seconds by 2050, minutes
+// by 2100) cannot tell the day: the arithmetic rule stands.
+inline constexpr double kPersianDecisionMarginSeconds = 120.0;
 // The committed years where the astronomical rule moves Nowruz away from the arithmetic one:
 // (year, days astronomical minus arithmetic).
 std::vector<std::pair<int, int>> persianNewYearShifts();

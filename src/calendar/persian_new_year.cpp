@@ -14,15 +14,17 @@ constexpr double kDegree = kPi / 180.0;
 constexpr double kTehranLongitude = 51.0 + 25.0 / 60.0;
 constexpr int kIranOffsetSeconds = 12600;
 
-// Years whose astronomical Nowruz differs from the 33-year rule's: the year and the difference
-// in days (astronomical minus arithmetic). Derived from persianAstronomicalNewYear() for every
-// year of kPersianAstronomicalFirstYear..kPersianAstronomicalLastYear; the calendar test derives
-// the list again and compares.
+// Years whose astronomical Nowruz differs from the 33-year rule's by a decided margin (the
+// equinox at least kPersianDecisionMarginSeconds from noon): the year and the difference in days
+// (astronomical minus arithmetic). Derived for every year of kPersianAstronomicalFirstYear..
+// kPersianAstronomicalLastYear by tools/lunisolar_tables; the calendar test derives the list again
+// and compares. Empty for these years: the one year the rules part (1470 AP, 2091) has its
+// equinox 12 s before noon, which no sun model and no forecast of ΔT can decide.
 struct NewYearShift {
   int year;
   int days;
 };
-constexpr NewYearShift kShifts[] = {
+const std::vector<NewYearShift> kShifts = {
 #include "calendar/persian_new_year_shifts.inc"
 };
 
@@ -46,19 +48,37 @@ double equationOfTimeMinutes(double jde) {
   return e * 4.0;
 }
 
-CivilDay persianAstronomicalNewYear(int year) {
+namespace {
+
+struct Equinox {
+  CivilDay day;            // the day of the equinox in Iran
+  double fromNoonSeconds;  // equinox minus apparent noon at Tehran that day
+};
+
+Equinox marchEquinox(int year) {
   const int gregorianYear = year + 621;
   const double equinoxJD =
       astro::universalFromDynamical(astro::solarLongitudeJDE(gregorianYear, 0.0));
   const double equinoxSeconds = (equinoxJD - 2440587.5) * 86400.0;
-  // The day of the equinox in Iran, and apparent noon of that day at Tehran's meridian.
   const CivilDay day =
       static_cast<CivilDay>(std::floor((equinoxSeconds + kIranOffsetSeconds) / 86400.0));
+  // Apparent noon: mean noon at Tehran's longitude corrected by the equation of time.
   const double meanNoon = static_cast<double>(day) * 86400.0 + 43200.0 - kTehranLongitude * 240.0;
   const double jdeNoon =
       2440587.5 + meanNoon / 86400.0 + astro::deltaTSeconds(gregorianYear + 0.22) / 86400.0;
   const double apparentNoon = meanNoon - equationOfTimeMinutes(jdeNoon) * 60.0;
-  return equinoxSeconds < apparentNoon ? day : day + 1;
+  return Equinox{day, equinoxSeconds - apparentNoon};
+}
+
+}  // namespace
+
+CivilDay persianAstronomicalNewYear(int year) {
+  const Equinox equinox = marchEquinox(year);
+  return equinox.fromNoonSeconds < 0 ? equinox.day : equinox.day + 1;
+}
+
+double persianEquinoxFromNoonSeconds(int year) {
+  return marchEquinox(year).fromNoonSeconds;
 }
 
 CivilDay persianNewYear(int year) {

@@ -92,6 +92,7 @@ class IcuCalendar final : public AlternativeCalendar {
   // The civil day of a date, unbounded; std::nullopt when the date does not exist.
   std::optional<CivilDay> locate(const CalendarDate& date) const {
     if (date.month < 1 || date.month > 12 || date.day < 1 || date.day > 31) return std::nullopt;
+    if (date.year < -1000000 || date.year > 1000000) return std::nullopt;
     platform::DateComponents c;
     c.month = date.month;
     c.day = date.day;

@@ -2,6 +2,14 @@
 #include "calendar/year_calendar.h"
 
 namespace norvik::detail {
+namespace {
+
+// Years far outside any served range are refused before any arithmetic on them can overflow.
+bool plausibleYear(int year) {
+  return year > -1000000 && year < 1000000;
+}
+
+}  // namespace
 
 bool YearCalendar::inRange(const YearLayout& year) const {
   int length = 0;
@@ -28,7 +36,7 @@ std::optional<CalendarDate> YearCalendar::dateOfCivilDay(CivilDay day) const {
 
 std::optional<CivilDay> YearCalendar::civilDayOfDate(const CalendarDate& date) const {
   YearLayout l;
-  if (date.day < 1 || !layout(date.year, l)) return std::nullopt;
+  if (date.day < 1 || !plausibleYear(date.year) || !layout(date.year, l)) return std::nullopt;
   CivilDay day = l.newYear;
   for (int i = 0; i < l.count; ++i) {
     if (l.months[i] == CalendarMonth{date.month, date.leap}) {
@@ -44,13 +52,13 @@ std::optional<CivilDay> YearCalendar::civilDayOfDate(const CalendarDate& date) c
 
 std::vector<CalendarMonth> YearCalendar::monthsOfYear(int year) const {
   YearLayout l;
-  if (!layout(year, l) || !inRange(l)) return {};
+  if (!plausibleYear(year) || !layout(year, l) || !inRange(l)) return {};
   return std::vector<CalendarMonth>(l.months, l.months + l.count);
 }
 
 int YearCalendar::daysInMonth(int year, int month, bool leap) const {
   YearLayout l;
-  if (!layout(year, l) || !inRange(l)) return 0;
+  if (!plausibleYear(year) || !layout(year, l) || !inRange(l)) return 0;
   for (int i = 0; i < l.count; ++i) {
     if (l.months[i] == CalendarMonth{month, leap}) return l.lengths[i];
   }

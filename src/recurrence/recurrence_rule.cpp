@@ -39,25 +39,35 @@ std::string toUpper(std::string_view s) {
   return out;
 }
 
-bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (upper(a[i]) != upper(b[i])) return false;
+// Whether `text` equals `keyword` ignoring the case of ASCII letters; `keyword` is upper case.
+inline bool equalsIgnoringCase(std::string_view text, std::string_view keyword) {
+  if (text.size() != keyword.size()) return false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (c != keyword[i] && !(c >= 'a' && c <= 'z' && c - ('a' - 'A') == keyword[i])) {
+      return false;
+    }
   }
   return true;
 }
 
-std::vector<std::string_view> split(std::string_view s, char separator) {
-  std::vector<std::string_view> parts;
+// Calls `f` with each comma-separated item of `s` (an empty `s` is one empty item).
+template <typename F>
+void forEachItem(std::string_view s, F&& f) {
   std::size_t start = 0;
   while (true) {
-    const std::size_t end = s.find(separator, start);
-    parts.push_back(
-        s.substr(start, end == std::string_view::npos ? std::string_view::npos : end - start));
-    if (end == std::string_view::npos) break;
+    const std::size_t end = s.find(',', start);
+    if (end == std::string_view::npos) {
+      f(s.substr(start));
+      return;
+    }
+    f(s.substr(start, end - start));
     start = end + 1;
   }
-  return parts;
+}
+
+std::size_t itemCount(std::string_view s) {
+  return static_cast<std::size_t>(std::count(s.begin(), s.end(), ',')) + 1;
 }
 
 // A signed decimal of at most 9 digits ("+5", "-1", "12"); std::nullopt otherwise.
@@ -87,27 +97,38 @@ std::string quoted(std::string_view text) {
 }
 
 std::optional<int> weekdayFromName(std::string_view name) {
+  if (name.size() != 2) return std::nullopt;
+  const char first = upper(name[0]);
+  const char second = upper(name[1]);
   for (std::size_t i = 0; i < kWeekdayNames.size(); ++i) {
-    if (equalsIgnoringCase(name, kWeekdayNames[i])) return static_cast<int>(i) + 1;
+    if (first == kWeekdayNames[i][0] && second == kWeekdayNames[i][1]) {
+      return static_cast<int>(i) + 1;
+    }
   }
   return std::nullopt;
 }
 
 // A comma list of integers in [-max, -min] or [min, max]; with `allowNegative` false only the
 // positive range.
+int parseBoundedInt(std::string_view part, std::string_view item, int min, int max,
+                    bool allowNegative) {
+  const std::optional<int> number = parseSigned(item, allowNegative);
+  if (!number) fail(std::string(part) + ": " + quoted(item) + " is not a whole number");
+  const int magnitude = *number < 0 ? -*number : *number;
+  if (magnitude < min || magnitude > max) {
+    fail(std::string(part) + ": " + std::to_string(*number) + " is out of range (" +
+         (allowNegative ? "+/-" : "") + std::to_string(min) + " to " + std::to_string(max) + ")");
+  }
+  return *number;
+}
+
 std::vector<int> parseIntList(std::string_view part, std::string_view value, int min, int max,
                               bool allowNegative) {
   std::vector<int> out;
-  for (std::string_view item : split(value, ',')) {
-    const std::optional<int> number = parseSigned(item, allowNegative);
-    if (!number) fail(std::string(part) + ": " + quoted(item) + " is not a whole number");
-    const int magnitude = *number < 0 ? -*number : *number;
-    if (magnitude < min || magnitude > max) {
-      fail(std::string(part) + ": " + std::to_string(*number) + " is out of range (" +
-           (allowNegative ? "+/-" : "") + std::to_string(min) + " to " + std::to_string(max) + ")");
-    }
-    out.push_back(*number);
-  }
+  out.reserve(itemCount(value));
+  forEachItem(value, [&](std::string_view item) {
+    out.push_back(parseBoundedInt(part, item, min, max, allowNegative));
+  });
   return out;
 }
 
@@ -182,214 +203,334 @@ std::int64_t daysFromCivil(std::int64_t y, unsigned m, unsigned d) {
   return era * 146097 + static_cast<std::int64_t>(doe) - 719468;
 }
 
+// The parts this library reads, by kind; a name is matched ignoring case.
+enum PartKind : int {
+  kFreq,
+  kInterval,
+  kCount,
+  kUntil,
+  kWkst,
+  kByDay,
+  kByMonthDay,
+  kByMonth,
+  kBySetPos,
+  kByYearDay,
+  kByWeekNo,
+  kByHour,
+  kByMinute,
+  kBySecond,
+  kRscale,
+  kSkip,
+  kXCalendar,
+  kXWorkday,
+  kXOfficial,
+  kXEbbinghaus,
+  kXDates,
+  kPartKindCount
+};
+
+constexpr std::array<std::string_view, kPartKindCount> kPartNames = {
+    "FREQ",          "INTERVAL",        "COUNT",     "UNTIL",     "WKST",          "BYDAY",
+    "BYMONTHDAY",    "BYMONTH",         "BYSETPOS",  "BYYEARDAY", "BYWEEKNO",      "BYHOUR",
+    "BYMINUTE",      "BYSECOND",        "RSCALE",    "SKIP",      "X-NV-CALENDAR", "X-NV-WORKDAY",
+    "X-NV-OFFICIAL", "X-NV-EBBINGHAUS", "X-NV-DATES"};
+
+// The kind of a part name; -1 when the library does not know it. Names are told apart by length
+// and one distinguishing letter before a single full comparison.
+int partKind(std::string_view name) {
+  auto check = [name](int kind) { return equalsIgnoringCase(name, kPartNames[kind]) ? kind : -1; };
+  switch (name.size()) {
+    case 4:
+      switch (upper(name[0])) {
+        case 'F':
+          return check(kFreq);
+        case 'W':
+          return check(kWkst);
+        case 'S':
+          return check(kSkip);
+      }
+      return -1;
+    case 5:
+      switch (upper(name[0])) {
+        case 'C':
+          return check(kCount);
+        case 'U':
+          return check(kUntil);
+        case 'B':
+          return check(kByDay);
+      }
+      return -1;
+    case 6:
+      return upper(name[0]) == 'R' ? check(kRscale) : check(kByHour);
+    case 7:
+      return check(kByMonth);
+    case 8:
+      switch (upper(name[2])) {
+        case 'T':
+          return check(kInterval);
+        case 'S':
+          return upper(name[4]) == 'T' ? check(kBySetPos) : check(kBySecond);
+        case 'W':
+          return check(kByWeekNo);
+        case 'M':
+          return check(kByMinute);
+      }
+      return -1;
+    case 9:
+      return check(kByYearDay);
+    case 10:
+      return upper(name[0]) == 'B' ? check(kByMonthDay) : check(kXDates);
+    case 12:
+      return check(kXWorkday);
+    case 13:
+      return upper(name[5]) == 'C' ? check(kXCalendar) : check(kXOfficial);
+    case 15:
+      return check(kXEbbinghaus);
+  }
+  return -1;
+}
+
+// Reads rule text into a rule, throwing ParseFailure with a one-line reason.
 class Parser {
  public:
-  explicit Parser(std::string_view text) : text_(text) {}
+  Parser(std::string_view text, SVRecurrenceRule& rule) : text_(text), rule_(rule) {}
 
-  SVRecurrenceRule parse() {
+  void parse() {
     if (text_.size() > SVRecurrenceRule::kMaxTextLength) {
       fail("rule text is too long (" + std::to_string(text_.size()) + " bytes; at most " +
            std::to_string(SVRecurrenceRule::kMaxTextLength) + ")");
     }
-    for (std::size_t i = 0; i < text_.size(); ++i) {
-      const auto c = static_cast<unsigned char>(text_[i]);
-      if (c < 0x21 || c > 0x7e) {
-        char buffer[64];
-        std::snprintf(buffer, sizeof buffer, "unexpected byte 0x%02X at offset %zu", c, i);
-        fail(buffer);
+    // Only printable ASCII without spaces: first a branch-free scan of the whole text, then
+    // the offending byte's position only when there is one.
+    bool bad = false;
+    for (const char ch : text_) {
+      const auto c = static_cast<unsigned char>(ch);
+      bad |= c < 0x21 || c > 0x7e;
+    }
+    if (bad) {
+      for (std::size_t i = 0; i < text_.size(); ++i) {
+        const auto c = static_cast<unsigned char>(text_[i]);
+        if (c < 0x21 || c > 0x7e) {
+          char buffer[64];
+          std::snprintf(buffer, sizeof buffer, "unexpected byte 0x%02X at offset %zu", c, i);
+          fail(buffer);
+        }
       }
     }
     std::string_view body = text_;
     if (body.size() >= 6 && equalsIgnoringCase(body.substr(0, 6), "RRULE:")) body.remove_prefix(6);
     if (body.empty()) fail("rule text is empty");
-    if (!body.empty() && body.back() == ';') body.remove_suffix(1);  // a trailing separator
+    if (body.back() == ';') body.remove_suffix(1);  // a trailing separator
     std::size_t start = 0;
     while (start <= body.size()) {
       std::size_t end = body.find(';', start);
       if (end == std::string_view::npos) end = body.size();
       const std::string_view part = body.substr(start, end - start);
       start = end + 1;
-      const std::size_t eq = part.find('=');
       if (part.empty()) fail("empty part (two ';' in a row)");
+      const std::size_t eq = part.find('=');
       if (eq == std::string_view::npos) fail("part " + quoted(part) + " has no '='");
-      const std::string name = toUpper(part.substr(0, eq));
+      const std::string_view rawName = part.substr(0, eq);
       const std::string_view value = part.substr(eq + 1);
-      if (name.empty()) fail("part " + quoted(part) + " has no name");
-      markSeen(name);
-      if (value.empty() && name != "X-NV-DATES") fail(name + " has an empty value");
-      apply(name, value, part);
+      if (rawName.empty()) fail("part " + quoted(part) + " has no name");
+      const int kind = partKind(rawName);
+      if (kind >= 0) {
+        const std::uint32_t bit = 1u << kind;
+        if (seenKnown_ & bit) fail(std::string(kPartNames[kind]) + " is given more than once");
+        seenKnown_ |= bit;
+        if (value.empty() && kind != kXDates) {
+          fail(std::string(kPartNames[kind]) + " has an empty value");
+        }
+        apply(kind, value);
+      } else {
+        applyOther(toUpper(rawName), value, part);
+      }
     }
-    if (!haveFrequency_) fail("FREQ is missing");
+    if (!(seenKnown_ & (1u << kFreq))) fail("FREQ is missing");
     if (rule_.count && rule_.until) fail("COUNT and UNTIL may not both be given");
     if (rule_.skip && rule_.rscale.empty()) fail("SKIP needs RSCALE");
     if (rule_.vietnamese && rule_.rscale != "CHINESE") {
       fail("X-NV-CALENDAR=VIETNAM needs RSCALE=CHINESE");
     }
-    bool anyLeap = std::find(rule_.byMonthLeap.begin(), rule_.byMonthLeap.end(), true) !=
-                   rule_.byMonthLeap.end();
+    const bool anyLeap = std::find(rule_.byMonthLeap.begin(), rule_.byMonthLeap.end(), true) !=
+                         rule_.byMonthLeap.end();
     if (anyLeap && rule_.rscale.empty()) fail("BYMONTH: leap months (\"L\") need RSCALE");
     if (!anyLeap) rule_.byMonthLeap.clear();
-    return std::move(rule_);
   }
 
  private:
-  void apply(const std::string& name, std::string_view value, std::string_view part) {
-    if (name == "FREQ") {
-      for (std::size_t i = 0; i < kFrequencyNames.size(); ++i) {
-        if (equalsIgnoringCase(value, kFrequencyNames[i])) {
-          rule_.frequencyOrdinal = static_cast<int>(i);
-          haveFrequency_ = true;
-          return;
-        }
-      }
-      fail("FREQ: unknown frequency " + quoted(value));
-    } else if (name == "INTERVAL") {
-      const auto n = parseSigned(value, false);
-      if (!n) fail("INTERVAL: " + quoted(value) + " is not a whole number");
-      if (*n < 1) fail("INTERVAL: must be at least 1");
-      rule_.interval = *n;
-    } else if (name == "COUNT") {
-      const auto n = parseSigned(value, false);
-      if (!n) fail("COUNT: " + quoted(value) + " is not a whole number");
-      if (*n < 1) fail("COUNT: must be at least 1");
-      rule_.count = *n;
-    } else if (name == "UNTIL") {
-      rule_.until = parseDateValue("UNTIL", value);
-    } else if (name == "WKST") {
-      const auto day = weekdayFromName(value);
-      if (!day) fail("WKST: " + quoted(value) + " is not a weekday (SU, MO, ... SA)");
-      rule_.weekStart = SVRecurrenceWeekday(*day);
-    } else if (name == "BYDAY") {
-      for (std::string_view item : split(value, ',')) {
-        if (item.size() < 2) fail("BYDAY: " + quoted(item) + " is not a weekday");
-        const auto day = weekdayFromName(item.substr(item.size() - 2));
-        if (!day) fail("BYDAY: " + quoted(item) + " does not end in a weekday (SU, MO, ... SA)");
-        int num = 0;
-        if (item.size() > 2) {
-          const auto n = parseSigned(item.substr(0, item.size() - 2), true);
-          if (!n) fail("BYDAY: " + quoted(item) + " has a malformed ordinal");
-          if (*n == 0 || *n > 53 || *n < -53) {
-            fail("BYDAY: ordinal " + std::to_string(*n) + " is out of range (+/-1 to 53)");
+  void apply(int kind, std::string_view value) {
+    const std::string_view name = kPartNames[kind];
+    switch (kind) {
+      case kFreq:
+        for (std::size_t i = 0; i < kFrequencyNames.size(); ++i) {
+          if (value.size() == kFrequencyNames[i].size() &&
+              equalsIgnoringCase(value, kFrequencyNames[i])) {
+            rule_.frequencyOrdinal = static_cast<int>(i);
+            return;
           }
-          num = *n;
         }
-        rule_.byDay.emplace_back(num, SVRecurrenceWeekday(*day));
+        fail("FREQ: unknown frequency " + quoted(value));
+      case kInterval: {
+        const auto n = parseSigned(value, false);
+        if (!n) fail("INTERVAL: " + quoted(value) + " is not a whole number");
+        if (*n < 1) fail("INTERVAL: must be at least 1");
+        rule_.interval = *n;
+        return;
       }
-    } else if (name == "BYMONTHDAY") {
-      rule_.byMonthDay = parseIntList(name, value, 1, 31, true);
-    } else if (name == "BYMONTH") {
-      for (std::string_view item : split(value, ',')) {
-        bool leap = false;
-        if (!item.empty() && (item.back() == 'L' || item.back() == 'l')) {
-          leap = true;
-          item.remove_suffix(1);
+      case kCount: {
+        const auto n = parseSigned(value, false);
+        if (!n) fail("COUNT: " + quoted(value) + " is not a whole number");
+        if (*n < 1) fail("COUNT: must be at least 1");
+        rule_.count = *n;
+        return;
+      }
+      case kUntil:
+        rule_.until = parseDateValue(name, value);
+        return;
+      case kWkst: {
+        const auto day = weekdayFromName(value);
+        if (!day) fail("WKST: " + quoted(value) + " is not a weekday (SU, MO, ... SA)");
+        rule_.weekStart = SVRecurrenceWeekday(*day);
+        return;
+      }
+      case kByDay:
+        rule_.byDay.reserve(itemCount(value));
+        forEachItem(value, [this](std::string_view item) { addWeekdayNumber(item); });
+        return;
+      case kByMonthDay:
+        rule_.byMonthDay = parseIntList(name, value, 1, 31, true);
+        return;
+      case kByMonth:
+        rule_.byMonth.reserve(itemCount(value));
+        rule_.byMonthLeap.reserve(itemCount(value));
+        forEachItem(value, [&](std::string_view item) {
+          bool leap = false;
+          if (!item.empty() && (item.back() == 'L' || item.back() == 'l')) {
+            leap = true;
+            item.remove_suffix(1);
+          }
+          rule_.byMonth.push_back(parseBoundedInt(name, item, 1, 13, false));
+          rule_.byMonthLeap.push_back(leap);
+        });
+        return;
+      case kBySetPos:
+        rule_.bySetPos = parseIntList(name, value, 1, 366, true);
+        return;
+      case kByYearDay:
+        rule_.byYearDay = parseIntList(name, value, 1, 366, true);
+        return;
+      case kByWeekNo:
+        rule_.byWeekNo = parseIntList(name, value, 1, 53, true);
+        return;
+      case kByHour:
+        rule_.byHour = parseIntList(name, value, 0, 23, false);
+        return;
+      case kByMinute:
+        rule_.byMinute = parseIntList(name, value, 0, 59, false);
+        return;
+      case kBySecond:
+        rule_.bySecond = parseIntList(name, value, 0, 60, false);
+        return;
+      case kRscale:
+        for (std::string_view scale : kCalendarScales) {
+          if (equalsIgnoringCase(value, scale)) {
+            rule_.rscale = std::string(scale);
+            return;
+          }
         }
-        const std::vector<int> month = parseIntList(name, item, 1, 13, false);
-        rule_.byMonth.push_back(month.front());
-        rule_.byMonthLeap.push_back(leap);
-      }
-    } else if (name == "BYSETPOS") {
-      rule_.bySetPos = parseIntList(name, value, 1, 366, true);
-    } else if (name == "BYYEARDAY") {
-      rule_.byYearDay = parseIntList(name, value, 1, 366, true);
-    } else if (name == "BYWEEKNO") {
-      rule_.byWeekNo = parseIntList(name, value, 1, 53, true);
-    } else if (name == "BYHOUR") {
-      rule_.byHour = parseIntList(name, value, 0, 23, false);
-    } else if (name == "BYMINUTE") {
-      rule_.byMinute = parseIntList(name, value, 0, 59, false);
-    } else if (name == "BYSECOND") {
-      rule_.bySecond = parseIntList(name, value, 0, 60, false);
-    } else if (name == "RSCALE") {
-      const std::string scale = toUpper(value);
-      if (std::find(kCalendarScales.begin(), kCalendarScales.end(), scale) ==
-          kCalendarScales.end()) {
         fail("RSCALE: unsupported calendar " + quoted(value));
-      }
-      rule_.rscale = scale;
-    } else if (name == "SKIP") {
-      const std::string skip = toUpper(value);
-      if (skip == "OMIT") {
-        rule_.skip = SVRecurrenceSkip::omit;
-      } else if (skip == "BACKWARD") {
-        rule_.skip = SVRecurrenceSkip::backward;
-      } else if (skip == "FORWARD") {
-        rule_.skip = SVRecurrenceSkip::forward;
-      } else {
-        fail("SKIP: " + quoted(value) + " is not OMIT, BACKWARD or FORWARD");
-      }
-    } else if (name == "X-NV-CALENDAR") {
-      if (!equalsIgnoringCase(value, kVietnamCalendar)) {
-        fail("X-NV-CALENDAR: unknown calendar " + quoted(value) + " (only VIETNAM)");
-      }
-      rule_.vietnamese = true;
-    } else if (name == "X-NV-WORKDAY") {
-      if (equalsIgnoringCase(value, "FIRST")) {
-        rule_.workday = SVRecurrenceWorkday::first;
-      } else if (equalsIgnoringCase(value, "LAST")) {
-        rule_.workday = SVRecurrenceWorkday::last;
-      } else {
-        fail("X-NV-WORKDAY: " + quoted(value) + " is not FIRST or LAST");
-      }
-    } else if (name == "X-NV-OFFICIAL") {
-      if (equalsIgnoringCase(value, "WORKDAY")) {
-        rule_.officialDay = SVRecurrenceOfficialDay::workingDay;
-      } else if (equalsIgnoringCase(value, "HOLIDAY")) {
-        rule_.officialDay = SVRecurrenceOfficialDay::holiday;
-      } else {
-        fail("X-NV-OFFICIAL: " + quoted(value) + " is not WORKDAY or HOLIDAY");
-      }
-    } else if (name == "X-NV-EBBINGHAUS") {
-      const auto n = parseSigned(value, false);
-      if (!n) fail("X-NV-EBBINGHAUS: " + quoted(value) + " is not a cycle number (0 or more)");
-      rule_.extendable.ebbinghausData = SVRecurrenceEbbinghaus{*n};
-    } else if (name == "X-NV-DATES") {
-      SVRecurrenceSpecific specific;
-      if (!value.empty()) {
-        for (std::string_view item : split(value, ',')) {
-          specific.byDate.push_back(parseDateValue(name, item));
+      case kSkip:
+        if (equalsIgnoringCase(value, "OMIT")) {
+          rule_.skip = SVRecurrenceSkip::omit;
+        } else if (equalsIgnoringCase(value, "BACKWARD")) {
+          rule_.skip = SVRecurrenceSkip::backward;
+        } else if (equalsIgnoringCase(value, "FORWARD")) {
+          rule_.skip = SVRecurrenceSkip::forward;
+        } else {
+          fail("SKIP: " + quoted(value) + " is not OMIT, BACKWARD or FORWARD");
         }
+        return;
+      case kXCalendar:
+        if (!equalsIgnoringCase(value, kVietnamCalendar)) {
+          fail("X-NV-CALENDAR: unknown calendar " + quoted(value) + " (only VIETNAM)");
+        }
+        rule_.vietnamese = true;
+        return;
+      case kXWorkday:
+        if (equalsIgnoringCase(value, "FIRST")) {
+          rule_.workday = SVRecurrenceWorkday::first;
+        } else if (equalsIgnoringCase(value, "LAST")) {
+          rule_.workday = SVRecurrenceWorkday::last;
+        } else {
+          fail("X-NV-WORKDAY: " + quoted(value) + " is not FIRST or LAST");
+        }
+        return;
+      case kXOfficial:
+        if (equalsIgnoringCase(value, "WORKDAY")) {
+          rule_.officialDay = SVRecurrenceOfficialDay::workingDay;
+        } else if (equalsIgnoringCase(value, "HOLIDAY")) {
+          rule_.officialDay = SVRecurrenceOfficialDay::holiday;
+        } else {
+          fail("X-NV-OFFICIAL: " + quoted(value) + " is not WORKDAY or HOLIDAY");
+        }
+        return;
+      case kXEbbinghaus: {
+        const auto n = parseSigned(value, false);
+        if (!n) fail("X-NV-EBBINGHAUS: " + quoted(value) + " is not a cycle number (0 or more)");
+        rule_.extendable.ebbinghausData = SVRecurrenceEbbinghaus{*n};
+        return;
       }
-      rule_.specificData = std::move(specific);
-    } else if (name.size() > 2 && name[0] == 'X' && name[1] == '-') {
-      rule_.otherExtensions.emplace_back(part);
-    } else {
-      fail("unknown part " + quoted(part.substr(0, part.find('='))));
+      case kXDates: {
+        SVRecurrenceSpecific specific;
+        if (!value.empty()) {
+          specific.byDate.reserve(itemCount(value));
+          forEachItem(value, [&](std::string_view item) {
+            specific.byDate.push_back(parseDateValue(name, item));
+          });
+        }
+        rule_.specificData = std::move(specific);
+        return;
+      }
+      default:
+        fail("unknown part " + quoted(name));
     }
   }
 
-  std::string_view text_;
-  SVRecurrenceRule rule_;
-  // Records a part name, failing when it was given before. Known names are bits of seenKnown_;
-  // other X- names are kept in seenOther_.
-  void markSeen(const std::string& name) {
-    static constexpr std::array<std::string_view, 22> kKnown = {"FREQ",          "INTERVAL",
-                                                                "COUNT",         "UNTIL",
-                                                                "WKST",          "BYDAY",
-                                                                "BYMONTHDAY",    "BYMONTH",
-                                                                "BYSETPOS",      "BYYEARDAY",
-                                                                "BYWEEKNO",      "BYHOUR",
-                                                                "BYMINUTE",      "BYSECOND",
-                                                                "RSCALE",        "SKIP",
-                                                                "X-NV-CALENDAR", "X-NV-WORKDAY",
-                                                                "X-NV-OFFICIAL", "X-NV-EBBINGHAUS",
-                                                                "X-NV-DATES",    ""};
-    for (std::size_t i = 0; i + 1 < kKnown.size(); ++i) {
-      if (name == kKnown[i]) {
-        if (seenKnown_ & (1u << i)) fail(name + " is given more than once");
-        seenKnown_ |= 1u << i;
-        return;
+  void addWeekdayNumber(std::string_view item) {
+    if (item.size() < 2) fail("BYDAY: " + quoted(item) + " is not a weekday");
+    const auto day = weekdayFromName(item.substr(item.size() - 2));
+    if (!day) fail("BYDAY: " + quoted(item) + " does not end in a weekday (SU, MO, ... SA)");
+    int num = 0;
+    if (item.size() > 2) {
+      const auto n = parseSigned(item.substr(0, item.size() - 2), true);
+      if (!n) fail("BYDAY: " + quoted(item) + " has a malformed ordinal");
+      if (*n == 0 || *n > 53 || *n < -53) {
+        fail("BYDAY: ordinal " + std::to_string(*n) + " is out of range (+/-1 to 53)");
       }
+      num = *n;
+    }
+    rule_.byDay.emplace_back(num, SVRecurrenceWeekday(*day));
+  }
+
+  // A part this library does not read: other X- parts are kept to be written back, anything
+  // else is an error.
+  void applyOther(const std::string& name, std::string_view value, std::string_view part) {
+    if (name.size() <= 2 || name[0] != 'X' || name[1] != '-') {
+      fail("unknown part " + quoted(part.substr(0, part.find('='))));
     }
     if (std::find(seenOther_.begin(), seenOther_.end(), name) != seenOther_.end()) {
       fail(name + " is given more than once");
     }
+    if (value.empty()) fail(name + " has an empty value");
     seenOther_.push_back(name);
+    rule_.otherExtensions.emplace_back(part);
   }
 
-  std::uint32_t seenKnown_ = 0;
+  std::string_view text_;
+  SVRecurrenceRule& rule_;
+  std::uint32_t seenKnown_ = 0;  // bit i: part kind i was read
   std::vector<std::string> seenOther_;
-  bool haveFrequency_ = false;
 };
 
 }  // namespace
@@ -451,7 +592,9 @@ platform::Date SVRecurrenceDateValue::date(int secondsFromGMT) const {
 std::shared_ptr<SVRecurrenceRule> SVRecurrenceRule::ruleWithIcalString(std::string_view text,
                                                                        SVRecurrenceError* error) {
   try {
-    return std::make_shared<SVRecurrenceRule>(Parser(text).parse());
+    auto rule = std::make_shared<SVRecurrenceRule>();
+    Parser(text, *rule).parse();
+    return rule;
   } catch (const ParseFailure& failure) {
     if (error) error->description = failure.message;
   } catch (const std::exception& e) {

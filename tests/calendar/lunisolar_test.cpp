@@ -123,7 +123,9 @@ TEST(LunisolarGenerator, ReproducesTheCommittedTables) {
   const std::string vietnamese = sourceFile("src/calendar/vietnamese_month_table.inc");
   ASSERT_FALSE(vietnamese.empty());
   EXPECT_EQ(generateVietnameseMonthTableSource(), vietnamese);
-  // The Umm al-Qura table is ICU's, read through the platform calendar.
+  // The Korean and Umm al-Qura tables are ICU's, read through the platform calendar.
+  EXPECT_EQ(detail::generateKoreanMonthTableSource(),
+            sourceFile("src/calendar/korean_month_table.inc"));
   EXPECT_EQ(detail::generateUmmAlQuraTableSource(nullptr),
             sourceFile("src/calendar/umm_al_qura_table.inc"));
 

@@ -25,8 +25,19 @@ std::string& sharedContainer() {
 
 }  // namespace
 
+namespace {
+
+// A child test process makes its directories inside its parent's, so that whatever a child leaves
+// behind (it may be killed) goes when the parent removes its own.
+constexpr const char* kParentDirectoryVariable = "NORVIK_TEST_PARENT_DIR";
+
+}  // namespace
+
 TempDir::TempDir() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "norvik-test-XXXXXX").string();
+  const char* parent = std::getenv(kParentDirectoryVariable);
+  const std::filesystem::path base =
+      parent && *parent ? std::filesystem::path(parent) : std::filesystem::temp_directory_path();
+  std::string pattern = (base / "norvik-test-XXXXXX").string();
   if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
   path_ = pattern;
 }
@@ -61,6 +72,8 @@ void installBaseEnvironment(const char* argv0) {
   binaryPath() = ec ? std::string(argv0) : exe.string();
   // One container per test binary run, removed at exit; tests that need isolation make their own.
   static TempDir container;
+  // Every process this one starts (child tests, helpers that run the binary again) inherits it.
+  setenv(kParentDirectoryVariable, container.path().c_str(), 1);
   sharedContainer() = container.path() + "/group";
   std::filesystem::create_directories(sharedContainer());
   platform::setEnvironment(baseEnvironment());

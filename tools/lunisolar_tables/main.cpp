@@ -1,6 +1,7 @@
 // lunisolar_tables month-table FILE   writes the Chinese month-start table (C++ initializer)
 // lunisolar_tables solar-terms FILE   writes SolarTerms.plist for 1901..2100 (UTC+8 days)
 // lunisolar_tables vietnamese-month-table FILE   the Vietnamese month-start table
+// lunisolar_tables korean-month-table FILE   the Korean month-start table read from ICU
 // lunisolar_tables umm-al-qura-table FILE   the Umm al-Qura table read from ICU (its
 //                                     inconsistencies on standard error)
 // lunisolar_tables persian-shifts FILE   the years 1278..1480 AP whose astronomical Nowruz differs
@@ -274,6 +275,11 @@ std::string persianShiftsSource() {
     const CivilDay arithmetic = detail::persianArithmeticNewYear(year);
     const CivilDay astronomical = detail::persianAstronomicalNewYear(year);
     if (arithmetic == astronomical) continue;
+    const double margin = detail::persianEquinoxFromNoonSeconds(year);
+    if (std::fabs(margin) < detail::kPersianDecisionMarginSeconds) {
+      std::fprintf(stderr, "%d AP: equinox %+.0f s from noon, undecided\n", year, margin);
+      continue;
+    }
     char buffer[96];
     std::snprintf(buffer, sizeof buffer, "{%d, %d},  // %s\n", year,
                   static_cast<int>(astronomical - arithmetic),
@@ -303,6 +309,9 @@ int main(int argc, char** argv) {
   if (command == "vietnamese-month-table" && argc == 3) {
     return writeFile(argv[2], generateVietnameseMonthTableSource()) ? 0 : 1;
   }
+  if (command == "korean-month-table" && argc == 3) {
+    return writeFile(argv[2], detail::generateKoreanMonthTableSource()) ? 0 : 1;
+  }
   if (command == "umm-al-qura-table" && argc == 3) {
     std::vector<std::string> problems;
     const std::string text = detail::generateUmmAlQuraTableSource(&problems);
@@ -315,8 +324,10 @@ int main(int argc, char** argv) {
   if (command == "compare-calendars") return compareCalendars();
   if (command == "vietnam-vs-china") return vietnamVsChina();
   if (command == "korea-vs-engine") return koreaVsEngine();
-  std::cerr << "usage: lunisolar_tables month-table FILE | solar-terms FILE | compare |\n"
-               "  vietnamese-month-table FILE | umm-al-qura-table FILE | persian-shifts FILE |\n"
-               "  compare-calendars | vietnam-vs-china | korea-vs-engine\n";
+  std::cerr
+      << "usage: lunisolar_tables month-table FILE | solar-terms FILE | compare |\n"
+         "  vietnamese-month-table FILE | korean-month-table FILE | umm-al-qura-table FILE |\n"
+         "  persian-shifts FILE |\n"
+         "  compare-calendars | vietnam-vs-china | korea-vs-engine\n";
   return 2;
 }
