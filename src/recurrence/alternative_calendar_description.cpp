@@ -4,9 +4,12 @@
 // file chooses the calendar and the text locale, joins month and day in each calendar's order and
 // composes the localized titles.
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -14,9 +17,11 @@
 #include "norvik/calendar/solar_terms.h"
 #include "norvik/environment/language_environment.h"
 #include "norvik/environment/user_language.h"
+#include "norvik/platform/environment.h"
 #include "norvik/platform/format.h"
 #include "norvik/platform/localized_string.h"
 #include "norvik/platform/logger.h"
+#include "norvik/platform/notification_center.h"
 #include "norvik/recurrence/repeat_description.h"
 
 namespace norvik {
@@ -53,6 +58,59 @@ long typeOrdinal(const NVCalendarDateTypePtr& type) {
   const auto it =
       std::find_if(all.begin(), all.end(), [&](const auto& entry) { return is(type, entry); });
   return it == all.end() ? -1L : static_cast<long>(it - all.begin());
+}
+
+// The language facts the text locale depends on. Reading them opens the application group's store
+// each time, which costs more than the rest of a day text; they change only with the environment
+// (a new object) or the chosen interface language (announced by
+// NVUserLanguageDidChangeNotification, also for choices made in another process), so they are kept
+// until either changes.
+struct LanguageFacts {
+  bool chinese = false;
+  bool traditionalChinese = false;
+  bool korean = false;
+  bool arabic = false;
+  bool systemHebrew = false;
+  bool english = false;
+
+  static LanguageFacts read() {
+    return {
+        NVLanguageEnvironment::isAppChinese(),   NVLanguageEnvironment::isAppTraditionalChinese(),
+        NVLanguageEnvironment::isAppKorean(),    NVLanguageEnvironment::isAppArabic(),
+        NVLanguageEnvironment::isSystemHebrew(), NVLanguageEnvironment::isAppEnglish()};
+  }
+};
+
+std::atomic<std::uint64_t>& languageGeneration() {
+  static std::atomic<std::uint64_t> generation{1};
+  static const platform::ObserverToken token =
+      platform::NotificationCenter::defaultCenter().addObserver(
+          NVUserLanguageDidChangeNotification, nullptr,
+          [](const platform::Notification&) { generation.fetch_add(1); });
+  (void)token;
+  return generation;
+}
+
+LanguageFacts currentLanguageFacts() {
+  // Guarded by `mutex`. The generation is read before the facts, so facts read across a change
+  // are stored under the old generation and read again on the next call.
+  static std::mutex mutex;
+  static std::shared_ptr<const platform::Environment> environment;
+  static std::uint64_t generation = 0;
+  static LanguageFacts facts;
+  BundleEx::installOnMainBundle();
+  const std::uint64_t gen = languageGeneration().load();
+  auto env = platform::currentEnvironment();
+  {
+    std::lock_guard lock(mutex);
+    if (env == environment && gen == generation) return facts;
+  }
+  const LanguageFacts fresh = LanguageFacts::read();
+  std::lock_guard lock(mutex);
+  environment = std::move(env);
+  generation = gen;
+  facts = fresh;
+  return fresh;
 }
 
 // Forwards the calendar module's own reports to the library's logger.
@@ -195,19 +253,16 @@ std::string describeLunarRule(const SVRecurrenceRulePtr& rule, Date date,
 }  // namespace
 
 const NVCalendarTextLocalePtr& Repeat::getCalendarTextLocal(const NVCalendarDateTypePtr& type) {
-  if (NVLanguageEnvironment::isAppChinese()) {
-    return NVLanguageEnvironment::isAppTraditionalChinese() ? Locale::ZHHK() : Locale::ZHCN();
-  }
-  if (NVLanguageEnvironment::isAppKorean()) return Locale::KO();
-  if (NVLanguageEnvironment::isAppArabic()) return Locale::AR();
-  if (NVLanguageEnvironment::isSystemHebrew()) return Locale::IW();
+  const LanguageFacts language = currentLanguageFacts();
+  if (language.chinese) return language.traditionalChinese ? Locale::ZHHK() : Locale::ZHCN();
+  if (language.korean) return Locale::KO();
+  if (language.arabic) return Locale::AR();
+  if (language.systemHebrew) return Locale::IW();
   // A Hebrew-calendar text for a reader of neither Hebrew nor English is written in Arabic.
   if (is(type, Type::HIJRI()) || is(type, Type::HEBCAL())) {
-    return NVLanguageEnvironment::isAppEnglish() ? Locale::EN() : Locale::AR();
+    return language.english ? Locale::EN() : Locale::AR();
   }
-  if (is(type, Type::PERSIAN())) {
-    return NVLanguageEnvironment::isAppEnglish() ? Locale::EN() : Locale::FA();
-  }
+  if (is(type, Type::PERSIAN())) return language.english ? Locale::EN() : Locale::FA();
   return Locale::EN();
 }
 

@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <filesystem>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "norvik/calendar/lunar_display.h"
@@ -215,67 +217,71 @@ TEST_F(AlternativeCalendarTest, ConversionFallsBackToZeros) {
 
 // ---- Day texts ---------------------------------------------------------------------------------
 
-TEST_F(AlternativeCalendarTest, MonthAndDayJoinInEachCalendarsOrder) {
-  auto joined = [](const NVCalendarDateTypePtr& type, int y, int m, int d) {
-    return Repeat::dayStringInCalendarTypeYear(y, m, d, false, std::nullopt, type, true, false)
-        .text;
-  };
-  auto parts = [](const NVCalendarDateTypePtr& type, int y, int m, int d,
-                  const NVCalendarTextLocalePtr& locale) {
-    const auto t = texts(type, y, m, d, false, locale);
-    EXPECT_GE(t.size(), 3u) << type->rawValue();
-    EXPECT_FALSE(t.size() < 3 || t[1].empty() || t[2].empty()) << type->rawValue();
-    return t.size() < 3 ? std::pair<std::string, std::string>()
-                        : std::pair<std::string, std::string>(t[1], t[2]);
-  };
-  // English.
-  {
-    const auto [month, day] = parts(Type::VIETNAM(), 2024, 8, 5, Locale::EN());
-    EXPECT_EQ(joined(Type::VIETNAM(), 2024, 8, 5), day + "/" + month);
-  }
-  for (const auto& type : {Type::HIJRI(), Type::HIJRI_SAUDI(), Type::HIJRI_KUWAITI()}) {
-    const auto [month, day] = parts(type, 1445, 9, 12, Locale::EN());
-    EXPECT_EQ(joined(type, 1445, 9, 12), month + " " + day);
-  }
-  {
-    const auto [month, day] = parts(Type::PERSIAN(), 1403, 1, 12, Locale::EN());
-    EXPECT_EQ(joined(Type::PERSIAN(), 1403, 1, 12), month + " " + day);
-  }
-  for (const auto& [type, year] : {std::pair{Type::HEBCAL(), 5784}, {Type::SHAKA(), 1946}}) {
-    const auto [month, day] = parts(type, year, 7, 14, Locale::EN());
-    EXPECT_EQ(joined(type, year, 7, 14), day + " " + month);
-  }
-  for (const auto& type : {Type::LUNAR(), Type::KOREAN()}) {
-    const auto [month, day] = parts(type, 2024, 8, 15, Locale::EN());
-    EXPECT_EQ(joined(type, 2024, 8, 15), month + day);
-  }
-  // An equal copy of a type formats by its identifier but joins like an unknown type.
-  {
-    const auto [month, day] = parts(Type::HEBCAL(), 5784, 7, 14, Locale::EN());
-    EXPECT_EQ(joined(Type::initWithRawValue("hebcal"), 5784, 7, 14), month + day);
-  }
-  // The last day replaces the day text only when month and day are joined.
-  {
-    const auto t = texts(Type::HEBCAL(), 5784, 7, -1, false, Locale::EN());
-    EXPECT_EQ(joined(Type::HEBCAL(), 5784, 7, -1), "the last day " + t.at(1));
-    EXPECT_EQ(Repeat::dayStringInCalendarTypeYear(5784, 7, -1, false, std::nullopt, Type::HEBCAL(),
-                                                  false, true),
-              (CalendarDayText{false, t.at(2)}));
-  }
+// How each calendar joins its month and day texts: "%@/%@" (day, month), "%@ %@" either way, or
+// "%@%@" (month, day).
+struct Join {
+  NVCalendarDateTypePtr type;
+  int year, month, day;
+  NVCalendarTextLocalePtr locale;  // the locale the interface language selects for the type
+  const char* shape;               // "d/m", "m d", "d m" or "md"
+};
 
-  // Outside English the Hijri and Persian calendars put the day first, in Arabic and Persian.
-  setSystemLanguage("de-DE", "de_DE");
-  {
-    const auto [month, day] = parts(Type::HIJRI(), 1445, 9, 12, Locale::AR());
-    EXPECT_EQ(joined(Type::HIJRI(), 1445, 9, 12), day + " " + month);
-    const auto [pMonth, pDay] = parts(Type::PERSIAN(), 1403, 1, 12, Locale::FA());
-    EXPECT_EQ(joined(Type::PERSIAN(), 1403, 1, 12), pDay + " " + pMonth);
-    // Only the civil Hijri calendar turns to Arabic: the Saudi one stays English, month first.
-    const auto [sMonth, sDay] = parts(Type::HIJRI_SAUDI(), 1445, 9, 12, Locale::EN());
-    EXPECT_EQ(joined(Type::HIJRI_SAUDI(), 1445, 9, 12), sMonth + " " + sDay);
-    EXPECT_EQ(joined(Type::HEBCAL(), 5784, 7, -1),
-              "der letzte Tag " + texts(Type::HEBCAL(), 5784, 7, -1, false, Locale::AR()).at(1));
+void expectJoins(const std::vector<Join>& joins) {
+  for (const Join& j : joins) {
+    const auto t = texts(j.type, j.year, j.month, j.day, false, j.locale);
+    ASSERT_GE(t.size(), 3u) << j.type->rawValue();
+    const std::string& m = t[1];
+    const std::string& d = t[2];
+    EXPECT_FALSE(m.empty() || d.empty()) << j.type->rawValue();
+    const std::string shape = j.shape;
+    const std::string expected = shape == "d/m"   ? d + "/" + m
+                                 : shape == "m d" ? m + " " + d
+                                 : shape == "d m" ? d + " " + m
+                                                  : m + d;
+    EXPECT_EQ(Repeat::dayStringInCalendarTypeYear(j.year, j.month, j.day, false, std::nullopt,
+                                                  j.type, true, false)
+                  .text,
+              expected)
+        << j.type->rawValue() << " " << j.locale->rawValue();
   }
+}
+
+TEST_F(AlternativeCalendarTest, MonthAndDayJoinInEachCalendarsOrder) {
+  expectJoins({
+      {Type::VIETNAM(), 2024, 8, 5, Locale::EN(), "d/m"},
+      {Type::HIJRI(), 1445, 9, 12, Locale::EN(), "m d"},
+      {Type::HIJRI_SAUDI(), 1445, 9, 12, Locale::EN(), "m d"},
+      {Type::HIJRI_KUWAITI(), 1445, 9, 12, Locale::EN(), "m d"},
+      {Type::PERSIAN(), 1403, 1, 12, Locale::EN(), "m d"},
+      {Type::HEBCAL(), 5784, 7, 14, Locale::EN(), "d m"},
+      {Type::SHAKA(), 1946, 7, 14, Locale::EN(), "d m"},
+      {Type::LUNAR(), 2024, 8, 15, Locale::EN(), "md"},
+      {Type::KOREAN(), 2024, 8, 15, Locale::EN(), "md"},
+      // An equal copy formats by its identifier but joins like an unknown type.
+      {Type::initWithRawValue("hebcal"), 5784, 7, 14, Locale::EN(), "md"},
+  });
+  // The last day replaces the day text only when month and day are joined.
+  const auto t = texts(Type::HEBCAL(), 5784, 7, -1, false, Locale::EN());
+  EXPECT_EQ(Repeat::dayStringInCalendarTypeYear(5784, 7, -1, false, std::nullopt, Type::HEBCAL(),
+                                                true, true),
+            (CalendarDayText{false, "the last day " + t.at(1)}));
+  EXPECT_EQ(Repeat::dayStringInCalendarTypeYear(5784, 7, -1, false, std::nullopt, Type::HEBCAL(),
+                                                false, true),
+            (CalendarDayText{false, t.at(2)}));
+
+  // Outside English the civil Hijri and Persian calendars put the day first, in Arabic and
+  // Persian; the other Hijri kinds stay English, month first.
+  setSystemLanguage("de-DE", "de_DE");
+  expectJoins({
+      {Type::HIJRI(), 1445, 9, 12, Locale::AR(), "d m"},
+      {Type::PERSIAN(), 1403, 1, 12, Locale::FA(), "d m"},
+      {Type::HIJRI_SAUDI(), 1445, 9, 12, Locale::EN(), "m d"},
+      {Type::HEBCAL(), 5784, 7, 14, Locale::AR(), "d m"},
+  });
+  EXPECT_EQ(Repeat::dayStringInCalendarTypeYear(5784, 7, -1, false, std::nullopt, Type::HEBCAL(),
+                                                true, true)
+                .text,
+            "der letzte Tag " + texts(Type::HEBCAL(), 5784, 7, -1, false, Locale::AR()).at(1));
 }
 
 TEST_F(AlternativeCalendarTest, DayTextWithoutTheMonth) {
@@ -477,6 +483,48 @@ TEST_F(AlternativeCalendarTest, DescriptionsFollowTheInterfaceLanguage) {
   EXPECT_EQ(describe("RSCALE=HEBREW;FREQ=YEARLY;BYMONTH=7;BYMONTHDAY=-1", kNisan),
             "Jährlich (hebräisch) (der letzte Tag " +
                 texts(Type::HEBCAL(), hebrew.year, 7, -1, false, Locale::AR()).at(1) + ")");
+}
+
+}  // namespace
+}  // namespace norvik
+
+namespace norvik {
+namespace {
+
+// Day texts from several threads while the language changes: each answer belongs to one of the two
+// languages, never to a mix, and the first conversions wire the calendar module exactly once.
+TEST(AlternativeCalendarConcurrency, DayTextsWhileTheLanguageChanges) {
+  platform::ScopedEnvironment scoped(testing::baseEnvironment());
+  const auto english =
+      KMAOtherCalendar::shared().formatCalendarType("hebcal", 5784, 7, 14, false, "en");
+  const auto arabic =
+      KMAOtherCalendar::shared().formatCalendarType("hebcal", 5784, 7, 14, false, "ar");
+  ASSERT_EQ(english.size(), 3u);
+  ASSERT_EQ(arabic.size(), 3u);
+  const std::string inEnglish = english[2] + " " + english[1];
+  const std::string inArabic = arabic[2] + " " + arabic[1];
+  std::atomic<bool> stop{false};
+  std::atomic<int> wrong{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 3; ++t) {
+    threads.emplace_back([&] {
+      while (!stop.load()) {
+        Repeat::dayInCalendarType(kDate, std::nullopt, Type::HEBCAL());
+        const std::string text = Repeat::dayStringInCalendarTypeYear(
+                                     5784, 7, 14, false, std::nullopt, Type::HEBCAL(), true, false)
+                                     .text;
+        if (text != inEnglish && text != inArabic) ++wrong;
+      }
+    });
+  }
+  for (int i = 0; i < 200; ++i) {
+    platform::modifyEnvironment(
+        [i](platform::Environment& env) { env.preferredLanguages = {i % 2 ? "de-DE" : "en-US"}; });
+  }
+  stop = true;
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(wrong.load(), 0);
+  EXPECT_EQ(KMALog::shared().logArray().size(), 1u);
 }
 
 }  // namespace

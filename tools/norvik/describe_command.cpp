@@ -1,4 +1,5 @@
-// norvik describe: the repeat description of a rule in the interface language.
+// norvik describe: the repeat description of a rule in the interface language; with --lunar, the
+// description of a rule on another calendar ("Hebrew Yearly (14 Nisan)").
 #include <ctime>
 #include <iostream>
 
@@ -15,6 +16,7 @@ struct DescribeArgs {
   std::string date;
   bool showCount = false;
   bool noReminderInfo = false;
+  bool lunar = false;
 };
 
 // YYYY-MM-DD or YYYY-MM-DDTHH:MM, local time in the current time zone.
@@ -36,6 +38,21 @@ platform::Date parseLocalDate(const std::string& text) {
   return *date;
 }
 
+int describeLunar(const GlobalOptions& options, const std::shared_ptr<const SVRecurrenceRule>& rule,
+                  const std::string& dateText) {
+  const platform::Date date = dateText.empty() ? platform::Date::now() : parseLocalDate(dateText);
+  const std::string text = Repeat::repeatDescriptionWithLunarRRule(rule, date);
+  if (options.json) {
+    printJSON({{"operation", "repeatDescriptionWithLunarRRule"},
+               {"rule", rule->toIcal()},
+               {"date", date.timeIntervalSince1970()},
+               {"description", text}});
+  } else {
+    std::cout << text << "\n";
+  }
+  return 0;
+}
+
 void addDescribeCommand(CLI::App& app, const GlobalOptions& options, Action& run) {
   auto args = std::make_shared<DescribeArgs>();
   CLI::App* command =
@@ -46,9 +63,13 @@ void addDescribeCommand(CLI::App& app, const GlobalOptions& options, Action& run
   command->add_option("--date", args->date, "Relative date, YYYY-MM-DD[THH:MM] (default: now)");
   command->add_flag("--show-count", args->showCount, "Show the Ebbinghaus repetition number");
   command->add_flag("--no-reminder-info", args->noReminderInfo, "Leave out the days");
+  command->add_flag("--lunar", args->lunar,
+                    "Describe the rule as one on another calendar (Chinese, Korean or "
+                    "Vietnamese lunar, Hebrew, Hijri, Persian, Indian)");
   command->callback([&options, &run, args] {
     run = [&options, args] {
       const auto rule = parseRuleArgument(args->rule);
+      if (args->lunar) return describeLunar(options, rule, args->date);
       std::optional<std::string_view> from;
       if (args->from == "default") from = SVRecurrenceFromDefault;
       if (args->from == "duedate") from = SVRecurrenceFromDueDate;
