@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "language_generation.h"
 #include "norvik/calendar/lunar_display.h"
 #include "norvik/calendar/solar_terms.h"
 #include "norvik/environment/language_environment.h"
@@ -81,16 +82,6 @@ struct LanguageFacts {
   }
 };
 
-std::atomic<std::uint64_t>& languageGeneration() {
-  static std::atomic<std::uint64_t> generation{1};
-  static const platform::ObserverToken token =
-      platform::NotificationCenter::defaultCenter().addObserver(
-          NVUserLanguageDidChangeNotification, nullptr,
-          [](const platform::Notification&) { generation.fetch_add(1); });
-  (void)token;
-  return generation;
-}
-
 LanguageFacts currentLanguageFacts() {
   // Guarded by `mutex`. The generation is read before the facts, so facts read across a change
   // are stored under the old generation and read again on the next call.
@@ -99,7 +90,7 @@ LanguageFacts currentLanguageFacts() {
   static std::uint64_t generation = 0;
   static LanguageFacts facts;
   BundleEx::installOnMainBundle();
-  const std::uint64_t gen = languageGeneration().load();
+  const std::uint64_t gen = detail::languageGeneration();
   auto env = platform::currentEnvironment();
   {
     std::lock_guard lock(mutex);

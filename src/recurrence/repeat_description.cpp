@@ -14,6 +14,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "language_generation.h"
 #include "norvik/environment/user_language.h"
 #include "norvik/platform/calendar.h"
 #include "norvik/platform/date_formatter.h"
@@ -57,16 +58,6 @@ struct LookupCache {
   std::unordered_map<std::string, std::string> texts;  // table + '\x1f' + key -> text
   const LocaleTexts* localeTexts = nullptr;
 
-  static std::atomic<std::uint64_t>& languageGeneration() {
-    static std::atomic<std::uint64_t> generation{1};
-    static const platform::ObserverToken token =
-        platform::NotificationCenter::defaultCenter().addObserver(
-            NVUserLanguageDidChangeNotification, nullptr,
-            [](const platform::Notification&) { generation.fetch_add(1); });
-    (void)token;
-    return generation;
-  }
-
   // Drops everything when the environment or the language changed. Call with `mutex` held.
   void validate(const std::shared_ptr<const platform::Environment>& env, std::uint64_t gen) {
     if (env == environment && gen == generation) return;
@@ -84,7 +75,7 @@ LookupCache& lookupCache() {
 
 std::string cachedLookUp(std::string_view key, std::string_view table) {
   BundleEx::installOnMainBundle();
-  const std::uint64_t gen = LookupCache::languageGeneration().load();
+  const std::uint64_t gen = detail::languageGeneration();
   auto env = platform::currentEnvironment();
   LookupCache& cache = lookupCache();
   std::string id;
@@ -133,7 +124,7 @@ struct LocaleTexts {
 // without reading the stored choice on every description.
 const LocaleTexts& localeTexts() {
   BundleEx::installOnMainBundle();
-  const std::uint64_t gen = LookupCache::languageGeneration().load();
+  const std::uint64_t gen = detail::languageGeneration();
   auto env = platform::currentEnvironment();
   LookupCache& lookups = lookupCache();
   {

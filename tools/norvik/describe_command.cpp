@@ -19,25 +19,6 @@ struct DescribeArgs {
   bool lunar = false;
 };
 
-// YYYY-MM-DD or YYYY-MM-DDTHH:MM, local time in the current time zone.
-platform::Date parseLocalDate(const std::string& text) {
-  int y = 0, mo = 0, d = 0, h = 0, mi = 0;
-  char tail = 0;
-  const int n = std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d%c", &y, &mo, &d, &h, &mi, &tail);
-  if (!(n == 3 && text.size() == 10) && !(n == 5 && text.size() == 16)) {
-    throw UsageError("'" + text + "' is not a date (YYYY-MM-DD or YYYY-MM-DDTHH:MM)");
-  }
-  platform::DateComponents components;
-  components.year = y;
-  components.month = mo;
-  components.day = d;
-  components.hour = h;
-  components.minute = mi;
-  const auto date = platform::Calendar::currentGregorian().dateFromComponents(components);
-  if (!date) throw UsageError("'" + text + "' is not a calendar date");
-  return *date;
-}
-
 int describeLunar(const GlobalOptions& options, const std::shared_ptr<const SVRecurrenceRule>& rule,
                   const std::string& dateText) {
   const platform::Date date = dateText.empty() ? platform::Date::now() : parseLocalDate(dateText);

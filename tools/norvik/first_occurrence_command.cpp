@@ -2,7 +2,7 @@
 #include <iostream>
 
 #include "norvik/recurrence/recurrence_assistant.h"
-#include "occurrence_cli.h"
+#include "recurrence_cli.h"
 
 namespace norvik::cli {
 namespace {
@@ -23,7 +23,7 @@ void addFirstOccurrenceCommand(CLI::App& app, const GlobalOptions& options, Acti
       ->check(CLI::IsMember({"default", "duedate"}));
   command->callback([&options, &run, args] {
     run = [&options, args] {
-      const platform::Date start = parseOccurrenceDate(args->start);
+      const platform::Date start = parseLocalDate(args->start);
       SVSimpleRecurringObject object;
       object.setStartDate(start);
       object.setRuleString(args->rule);

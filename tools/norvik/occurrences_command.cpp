@@ -2,7 +2,6 @@
 #include <iostream>
 
 #include "norvik/recurrence/recurrence_assistant.h"
-#include "occurrence_cli.h"
 #include "recurrence_cli.h"
 
 namespace norvik::cli {
@@ -25,7 +24,7 @@ void addOccurrencesCommand(CLI::App& app, const GlobalOptions& options, Action& 
   command->callback([&options, &run, args] {
     run = [&options, args] {
       parseRuleArgument(args->rule);  // a clear message for a rule that does not parse
-      const platform::Date start = parseOccurrenceDate(args->start);
+      const platform::Date start = parseLocalDate(args->start);
       SVSimpleRecurringObject object;
       object.setStartDate(start);
       object.setRuleString(args->rule);

@@ -2,7 +2,7 @@
 #include <iostream>
 
 #include "norvik/recurrence/recurrence_assistant.h"
-#include "occurrence_cli.h"
+#include "recurrence_cli.h"
 
 namespace norvik::cli {
 namespace {
@@ -24,7 +24,7 @@ void addRepairCommand(CLI::App& app, const GlobalOptions& options, Action& run) 
       ->check(CLI::IsMember({"default", "duedate"}));
   command->callback([&options, &run, args] {
     run = [&options, args] {
-      const platform::Date date = parseOccurrenceDate(args->date);
+      const platform::Date date = parseLocalDate(args->date);
       const std::string repaired = SVRecurrenceAssistant::byDay_fixedRecurrenceRuleString(
           args->rule, recurrenceFromOption(args->from), date);
       if (options.json) {

@@ -4,8 +4,8 @@
 // group's store, and predicates that tell whether an address or host belongs to a site.
 //
 // Base addresses are "https://" plus the host, without a trailing slash. Each has a built-in value
-// fixed when the library is built (norvik/platform/build_config.h). Every setter writes the store through, except
-// updateLastSignedAccountType. All comparisons are exact and case-sensitive.
+// fixed when the library is built (norvik/platform/build_config.h). Every setter writes the store
+// through, except updateLastSignedAccountType. All comparisons are exact and case-sensitive.
 
 #include <cstdint>
 #include <optional>
