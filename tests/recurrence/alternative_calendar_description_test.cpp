@@ -505,18 +505,22 @@ TEST(AlternativeCalendarConcurrency, DayTextsWhileTheLanguageChanges) {
   const std::string inArabic = arabic[2] + " " + arabic[1];
   std::atomic<bool> stop{false};
   std::atomic<int> wrong{0};
+  std::atomic<int> started{0};
   std::vector<std::thread> threads;
   for (int t = 0; t < 3; ++t) {
     threads.emplace_back([&] {
-      while (!stop.load()) {
+      for (bool first = true; !stop.load(); first = false) {
         Repeat::dayInCalendarType(kDate, std::nullopt, Type::HEBCAL());
         const std::string text = Repeat::dayStringInCalendarTypeYear(
                                      5784, 7, 14, false, std::nullopt, Type::HEBCAL(), true, false)
                                      .text;
         if (text != inEnglish && text != inArabic) ++wrong;
+        if (first) ++started;
       }
     });
   }
+  // Every thread has converted once (and so raced for the wiring) before the language moves.
+  while (started.load() < 3) std::this_thread::yield();
   for (int i = 0; i < 200; ++i) {
     platform::modifyEnvironment(
         [i](platform::Environment& env) { env.preferredLanguages = {i % 2 ? "de-DE" : "en-US"}; });
