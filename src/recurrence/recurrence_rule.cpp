@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cstdio>
+#include <cstring>
 
 namespace norvik {
 
@@ -68,6 +69,27 @@ void forEachItem(std::string_view s, F&& f) {
 
 std::size_t itemCount(std::string_view s) {
   return static_cast<std::size_t>(std::count(s.begin(), s.end(), ',')) + 1;
+}
+
+// Whether every byte is printable ASCII other than space (0x21..0x7e). Eight bytes at a time: a
+// byte below 0x21 borrows into its top bit when 0x21 is subtracted, a byte above 0x7e sets its top
+// bit when 0x01 is added (and any byte with the top bit set is out of range anyway).
+bool isPrintableAscii(std::string_view text) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
+  constexpr std::uint64_t kHigh = 0x8080808080808080ULL;
+  std::size_t i = 0;
+  for (; i + 8 <= text.size(); i += 8) {
+    std::uint64_t x;
+    std::memcpy(&x, text.data() + i, 8);
+    const std::uint64_t below = (x - kOnes * 0x21) & ~x & kHigh;
+    const std::uint64_t above = ((x & ~kHigh) + kOnes * 0x01) | x;
+    if (below | (above & kHigh)) return false;
+  }
+  for (; i < text.size(); ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    if (c < 0x21 || c > 0x7e) return false;
+  }
+  return true;
 }
 
 // A signed decimal of at most 9 digits ("+5", "-1", "12"); std::nullopt otherwise.
@@ -302,12 +324,7 @@ class Parser {
     }
     // Only printable ASCII without spaces: first a branch-free scan of the whole text, then
     // the offending byte's position only when there is one.
-    bool bad = false;
-    for (const char ch : text_) {
-      const auto c = static_cast<unsigned char>(ch);
-      bad |= c < 0x21 || c > 0x7e;
-    }
-    if (bad) {
+    if (!isPrintableAscii(text_)) {
       for (std::size_t i = 0; i < text_.size(); ++i) {
         const auto c = static_cast<unsigned char>(text_[i]);
         if (c < 0x21 || c > 0x7e) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <libical/ical.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -190,6 +191,30 @@ TEST(RecurrenceRuleParse, MalformedTextGivesNoRuleAndSaysWhy) {
   EXPECT_NE(parseError(longText).find("too long"), std::string::npos);
   // No error object requested: still no rule, and no crash.
   EXPECT_FALSE(SVRecurrenceRule::ruleWithIcalString("FREQ=NEVER"));
+}
+
+// The byte check reads eight bytes at a time: every byte value in every lane of a word and in the
+// tail must be judged alone, printable ASCII without space accepted and everything else refused.
+TEST(RecurrenceRuleParse, EveryByteValueInEveryPositionIsJudgedAlone) {
+  // The value of the X- part fills the third word (bytes 16 to 23) and the tail (24 to 28).
+  const std::string valid = "FREQ=DAILY;X-NA=aaaaaaaaaaaaa";
+  ASSERT_TRUE(SVRecurrenceRule::ruleWithIcalString(valid));
+  for (std::size_t position = 16; position < valid.size(); ++position) {
+    for (int byte = 0; byte < 256; ++byte) {
+      std::string text = valid;
+      text[position] = static_cast<char>(byte);
+      if (byte == ';' || byte == '=') continue;  // these change the structure instead
+      const bool printable = byte >= 0x21 && byte <= 0x7e;
+      SVRecurrenceError error;
+      const bool accepted = SVRecurrenceRule::ruleWithIcalString(text, &error) != nullptr;
+      EXPECT_EQ(accepted, printable) << "byte " << byte << " at " << position;
+      if (!printable) {
+        char expected[8];
+        std::snprintf(expected, sizeof expected, "0x%02X", byte);
+        EXPECT_NE(error.description.find(expected), std::string::npos) << error.description;
+      }
+    }
+  }
 }
 
 TEST(RecurrenceRuleModel, WeekdayEntriesCompareByValue) {
