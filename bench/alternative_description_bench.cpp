@@ -53,30 +53,24 @@ void BM_DayInCalendarType(benchmark::State& state) {
 }
 BENCHMARK(BM_DayInCalendarType)->Apply(calendarArgs);
 
-// The text a calendar cell shows: the day, or the month on the first day.
+// The text a calendar cell shows: the day, or the month on the first day (second argument 0), or
+// the month and day joined (1).
 void BM_DayStringInCalendarType(benchmark::State& state) {
   useFixedEnvironment();
   const auto& type = typeArg(state);
-  state.SetLabel(type->rawValue());
+  const bool showMonth = state.range(1) != 0;
+  state.SetLabel(type->rawValue() + (showMonth ? " with month" : ""));
   std::int64_t i = 0;
   for (auto _ : state) {
-    benchmark::DoNotOptimize(
-        Repeat::dayStringInCalendarType(spreadNoon(i++), std::nullopt, type, true, false, true));
+    benchmark::DoNotOptimize(Repeat::dayStringInCalendarType(spreadNoon(i++), std::nullopt, type,
+                                                             true, showMonth, true));
   }
 }
-BENCHMARK(BM_DayStringInCalendarType)->Apply(calendarArgs);
-
-void BM_DayStringWithMonth(benchmark::State& state) {
-  useFixedEnvironment();
-  const auto& type = typeArg(state);
-  state.SetLabel(type->rawValue());
-  std::int64_t i = 0;
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(
-        Repeat::dayStringInCalendarType(spreadNoon(i++), std::nullopt, type, true, true, true));
+BENCHMARK(BM_DayStringInCalendarType)->Apply([](benchmark::internal::Benchmark* bench) {
+  for (int showMonth = 0; showMonth < 2; ++showMonth) {
+    for (int i = 1; i < 10; ++i) bench->Args({i, showMonth});
   }
-}
-BENCHMARK(BM_DayStringWithMonth)->Apply(calendarArgs);
+});
 
 // The texts alone, of dates already converted.
 void BM_DayStringInCalendarTypeYear(benchmark::State& state) {
