@@ -5,6 +5,7 @@
 #include <iostream>
 #include <vector>
 
+#include "arguments.h"
 #include "cli.h"
 #include "norvik/calendar/calendar_types.h"
 #include "norvik/calendar/other_calendar.h"
@@ -19,23 +20,6 @@ struct ConvertArgs {
   std::string calendar;
   std::string locale;
 };
-
-// Noon of YYYY-MM-DD in the current time zone, so that the day is the same in every calendar.
-platform::Date parseDay(const std::string& text) {
-  int y = 0, m = 0, d = 0;
-  char tail = 0;
-  if (std::sscanf(text.c_str(), "%d-%d-%d%c", &y, &m, &d, &tail) != 3) {
-    throw UsageError("'" + text + "' is not a date (YYYY-MM-DD)");
-  }
-  platform::DateComponents c;
-  c.year = y;
-  c.month = m;
-  c.day = d;
-  c.hour = 12;
-  const auto date = platform::Calendar::currentGregorian().dateFromComponents(c);
-  if (!date) throw UsageError("'" + text + "' is not a calendar date");
-  return *date;
-}
 
 // The predefined types named by TYPE: one identifier, or every type but NONE for "all".
 std::vector<NVCalendarDateTypePtr> typesNamed(const std::string& name) {
@@ -140,7 +124,7 @@ void addConvertCommand(CLI::App& app, const GlobalOptions& options, Action& run)
       ->check(CLI::IsMember({"en", "zh-rCN", "zh-rHK", "ar", "ko", "iw", "fa"}));
   command->callback([&options, &run, args] {
     run = [&options, args] {
-      const platform::Date date = parseDay(args->date);
+      const platform::Date date = parseLocalDay(args->date);
       std::vector<Conversion> rows;
       for (const auto& type : typesNamed(args->calendar)) {
         rows.push_back(convert(date, type, args->locale));

@@ -3,6 +3,7 @@
 #include <ctime>
 #include <iostream>
 
+#include "arguments.h"
 #include "cli.h"
 #include "norvik/platform/environment.h"
 #include "norvik/platform/json.h"
@@ -19,30 +20,6 @@ struct DefaultsArgs {
 
 platform::UserDefaults appGroupStore() {
   return platform::UserDefaults(kNVAppGroupIdentifier);
-}
-
-template <class T>
-T parseNumber(const std::string& text, const char* what) {
-  T result{};
-  auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), result);
-  if (ec != std::errc() || end != text.data() + text.size()) {
-    throw UsageError("'" + text + "' is not " + what);
-  }
-  return result;
-}
-
-platform::Date parseDate(const std::string& text) {
-  // Seconds since 1970, or an ISO 8601 UTC time such as 2024-03-10T12:00:00Z.
-  if (text.find('-', 1) == std::string::npos) {
-    return platform::Date(parseNumber<double>(text, "a date"));
-  }
-  std::tm tm{};
-  const char* end = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &tm);
-  if (!end) end = strptime(text.c_str(), "%Y-%m-%d", &tm);
-  if (!end || (*end != '\0' && std::string_view(end) != "Z")) {
-    throw UsageError("'" + text + "' is not a date (seconds since 1970 or YYYY-MM-DDTHH:MM:SSZ)");
-  }
-  return platform::Date(static_cast<double>(timegm(&tm)));
 }
 
 platform::Data parseHex(const std::string& text) {
@@ -63,7 +40,7 @@ platform::Value parseTypedValue(const std::string& type, const std::string& text
     if (text == "false" || text == "NO" || text == "0") return platform::Value(false);
     throw UsageError("'" + text + "' is not a boolean (true or false)");
   }
-  if (type == "date") return platform::Value(parseDate(text));
+  if (type == "date") return platform::Value(parseInstant(text));
   if (type == "data") return platform::Value(parseHex(text));
   if (type == "json") {
     auto value = platform::decodeJSON(text);

@@ -6,6 +6,7 @@
 #include <iostream>
 #include <sstream>
 
+#include "arguments.h"
 #include "cli.h"
 #include "norvik/calendar/lunar_converter.h"
 #include "norvik/calendar/lunar_display.h"
@@ -17,26 +18,20 @@
 namespace norvik::cli {
 namespace {
 
-GregorianDate parseDay(const std::string& text) {
+// Y-M-D of a lunar date: months 1 to 12, days 1 to 30, as the lunar table counts them.
+GregorianDate parseLunarDay(const std::string& text) {
   int y = 0, m = 0, d = 0;
   char tail = 0;
   if (std::sscanf(text.c_str(), "%d-%d-%d%c", &y, &m, &d, &tail) != 3 || m < 1 || m > 12 || d < 1 ||
-      d > 31) {
-    throw UsageError("'" + text + "' is not a date (YYYY-MM-DD)");
+      d > 30) {
+    throw UsageError("'" + text + "' is not a lunar date (Y-M-D, month 1 to 12, day 1 to 30)");
   }
   return GregorianDate{y, m, d};
 }
 
 // Noon of the day in the current calendar.
 platform::Date noonOf(const GregorianDate& g) {
-  platform::DateComponents c;
-  c.year = g.year;
-  c.month = g.month;
-  c.day = g.day;
-  c.hour = 12;
-  const auto date = platform::Calendar::currentGregorian().dateFromComponents(c);
-  if (!date) throw UsageError("no such day: " + isoDayText(g));
-  return *date;
+  return localTimeOf(g, 12, 0, isoDayText(g));
 }
 
 nlohmann::json simpleDateJSON(const SimpleDate& d) {
@@ -78,7 +73,7 @@ nlohmann::json dayTexts(const GregorianDate& g) {
 }
 
 int runDay(const GlobalOptions& options, const std::string& text) {
-  const nlohmann::json texts = dayTexts(parseDay(text));
+  const nlohmann::json texts = dayTexts(parseGregorianDay(text));
   if (options.json) {
     printJSON(texts);
     return 0;
@@ -96,8 +91,8 @@ int runDay(const GlobalOptions& options, const std::string& text) {
 }
 
 int runDays(const std::string& fromText, const std::string& toText) {
-  const GregorianDate from = parseDay(fromText);
-  const GregorianDate to = parseDay(toText);
+  const GregorianDate from = parseGregorianDay(fromText);
+  const GregorianDate to = parseGregorianDay(toText);
   const CivilDay first = civilDayFromGregorian(from.year, from.month, from.day);
   const CivilDay last = civilDayFromGregorian(to.year, to.month, to.day);
   if (last < first) throw UsageError("the range ends before it starts");
@@ -189,8 +184,8 @@ int runMonth(const GlobalOptions& options, const std::string& text) {
   formatter.setLocalizedDateFormatFromTemplate("yMMMM");
   std::ostringstream out;
   const platform::Date middle = noonOf(GregorianDate{year, month, 15});
-  out << formatter.format(middle) << "  " << years_lunar(middle, false, true).front() << " "
-      << years_lunar(middle, false, true).back() << "\n";
+  const std::vector<std::string> years = years_lunar(middle, false, true);
+  out << formatter.format(middle) << "  " << years.front() << " " << years.back() << "\n";
   const std::vector<std::string> weekdays = formatter.shortStandaloneWeekdaySymbols();
   for (int i = 0; i < 7 && weekdays.size() == 7; ++i) {
     out << centred(weekdays[static_cast<std::size_t>((firstWeekday - 1 + i) % 7)], kCell);
@@ -231,7 +226,7 @@ void addLunarCommands(CLI::App& app, const GlobalOptions& options, Action& run) 
   lunar->add_option("date", *day, "YYYY-MM-DD")->required();
   lunar->callback([&options, &run, day] {
     run = [&options, day] {
-      const GregorianDate g = parseDay(*day);
+      const GregorianDate g = parseGregorianDay(*day);
       return printSimpleDate(options, "toLunar", solar_to_lunar(g.year, g.month, g.day));
     };
   });
@@ -241,7 +236,7 @@ void addLunarCommands(CLI::App& app, const GlobalOptions& options, Action& run) 
   solar->add_flag("--leap", *leap, "The leap month of that number");
   solar->callback([&options, &run, day, leap] {
     run = [&options, day, leap] {
-      const GregorianDate g = parseDay(*day);
+      const GregorianDate g = parseLunarDay(*day);
       return printSimpleDate(options, "toSolar",
                              lunar_to_solar(g.year, g.month, g.day, *leap ? 1 : 0));
     };

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "arguments.h"
 #include "cli.h"
 #include "norvik/platform/calendar.h"
 #include "norvik/recurrence/recurrence_rule.h"
@@ -18,27 +19,6 @@ inline std::shared_ptr<const SVRecurrenceRule> parseRuleArgument(const std::stri
   auto rule = SVRecurrenceRule::ruleWithIcalString(text, &error);
   if (!rule) throw UsageError("invalid rule: " + error.description);
   return rule;
-}
-
-// YYYY-MM-DD or YYYY-MM-DDTHH:MM, local time in the current time zone; a usage error otherwise.
-inline platform::Date parseLocalDate(const std::string& text) {
-  int y = 0, mo = 0, d = 0, h = 0, mi = 0;
-  char tail = 0;
-  const int n = std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d%c", &y, &mo, &d, &h, &mi, &tail);
-  if (!(n == 3 && text.size() == 10) && !(n == 5 && text.size() == 16)) {
-    throw UsageError("'" + text + "' is not a date (YYYY-MM-DD or YYYY-MM-DDTHH:MM)");
-  }
-  platform::DateComponents components;
-  components.year = y;
-  components.month = mo;
-  components.day = d;
-  components.hour = h;
-  components.minute = mi;
-  const auto date = platform::Calendar::currentGregorian().dateFromComponents(components);
-  if (!date || platform::Calendar::currentGregorian().components(*date).day != d) {
-    throw UsageError("'" + text + "' is not a calendar date");
-  }
-  return *date;
 }
 
 // YYYY-MM-DDTHH:MM:SS of an instant in the current time zone.

@@ -3,6 +3,7 @@
 #include <ctime>
 #include <iostream>
 
+#include "arguments.h"
 #include "cli.h"
 #include "norvik/settings/registry.h"
 
@@ -21,16 +22,6 @@ const DefaultsSetting& findSetting(const std::string& name) {
   throw UsageError("unknown setting '" + name + "' (see 'norvik settings list')");
 }
 
-template <class T>
-T parseNumber(const std::string& text, const char* what) {
-  T result{};
-  auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), result);
-  if (ec != std::errc() || end != text.data() + text.size() || text.empty()) {
-    throw UsageError("'" + text + "' is not " + what);
-  }
-  return result;
-}
-
 // The command-line text of a value for a setting of the given type.
 platform::Value parseSettingValue(const DefaultsSetting& setting, const std::string& text) {
   const std::string& type = setting.type;
@@ -43,17 +34,7 @@ platform::Value parseSettingValue(const DefaultsSetting& setting, const std::str
     if (text == "false" || text == "NO" || text == "0") return platform::Value(false);
     throw UsageError("'" + text + "' is not a Bool (true or false)");
   }
-  if (type == "Date") {
-    if (text.find('-', 1) == std::string::npos) {
-      return platform::Value(platform::Date(parseNumber<double>(text, "a date")));
-    }
-    std::tm tm{};
-    const char* end = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &tm);
-    if (!end || (*end != '\0' && std::string_view(end) != "Z")) {
-      throw UsageError("'" + text + "' is not a date (seconds since 1970 or YYYY-MM-DDTHH:MM:SSZ)");
-    }
-    return platform::Value(platform::Date(static_cast<double>(timegm(&tm))));
-  }
+  if (type == "Date") return platform::Value(parseInstant(text));
   throw UsageError("setting '" + setting.name + "' has an unknown type");
 }
 

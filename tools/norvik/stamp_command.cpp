@@ -3,6 +3,7 @@
 #include <cctype>
 #include <iostream>
 
+#include "arguments.h"
 #include "cli.h"
 #include "norvik/calendar/date_utils.h"
 #include "norvik/platform/calendar.h"
@@ -21,17 +22,12 @@ int stampFromDay(const GlobalOptions& options, const std::string& text) {
       !allDigits(text.substr(5, 2)) || !allDigits(text.substr(8, 2))) {
     throw UsageError("'" + text + "' is neither a day (YYYY-MM-DD) nor a stamp (YYYYMMDD)");
   }
-  platform::DateComponents components;
-  components.year = std::stoi(text.substr(0, 4));
-  components.month = std::stoi(text.substr(5, 2));
-  components.day = std::stoi(text.substr(8, 2));
-  auto date = platform::Calendar::currentGregorian().dateFromComponents(components);
-  if (!date) throw UsageError("'" + text + "' is not a day of the Gregorian calendar");
-  std::int64_t stamp = NVDateUtils::stampOfDate(*date);
+  const platform::Date date = localTimeOf(parseGregorianDay(text), 0, 0, text);
+  std::int64_t stamp = NVDateUtils::stampOfDate(date);
   if (options.json) {
     printJSON({{"yyyy_MM_ddFormatBy", text},
                {"stampOfDate", stamp},
-               {"stampStringOfDate", NVDateUtils::stampStringOfDate(*date)}});
+               {"stampStringOfDate", NVDateUtils::stampStringOfDate(date)}});
   } else {
     std::cout << stamp << "\n";
   }
