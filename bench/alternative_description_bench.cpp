@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_support.h"
 #include "norvik/calendar/calendar_types.h"
 #include "norvik/platform/environment.h"
 #include "norvik/recurrence/repeat_description.h"
@@ -21,10 +22,13 @@ platform::Date spreadNoon(std::int64_t i) {
   return platform::Date(day * 86400.0 + 43200.0);
 }
 
-// English in UTC, whatever the machine says.
+// English in UTC with a private container (the chosen language is read from it), whatever the
+// machine says.
 void useFixedEnvironment() {
+  static const bench::TempDirectory container;
   static const bool done = [] {
     platform::modifyEnvironment([](platform::Environment& env) {
+      env.appGroupContainerDirectory = container.path();
       env.preferredLanguages = {"en-US"};
       env.localeIdentifier = "en_US";
       env.timeZoneIdentifier = "UTC";

@@ -24,6 +24,7 @@
 #include "norvik/platform/logger.h"
 #include "norvik/platform/notification_center.h"
 #include "norvik/recurrence/repeat_description.h"
+#include "rule_calendar.h"
 
 namespace norvik {
 
@@ -158,19 +159,6 @@ std::string joinMonthAndDay(const NVCalendarDateTypePtr& type,
 }
 
 // The calendar type a rule runs on, by the first of its calendar predicates that holds.
-const NVCalendarDateTypePtr& typeOfRule(const SVRecurrenceRule& rule) {
-  if (rule.isKorean()) return Type::KOREAN();
-  if (rule.isHijri()) return Type::HIJRI();
-  if (rule.isHebcal()) return Type::HEBCAL();
-  if (rule.isShaka()) return Type::SHAKA();
-  if (rule.isPersian()) return Type::PERSIAN();
-  if (rule.isVietnam()) return Type::VIETNAM();
-  if (rule.isKuwaiti()) return Type::HIJRI_KUWAITI();
-  if (rule.isSaudi()) return Type::HIJRI_SAUDI();
-  if (rule.isLunar()) return Type::LUNAR();
-  return Type::NONE();
-}
-
 // The title keys of a rule, monthly and yearly, by the same order of predicates.
 struct Titles {
   std::string_view monthly;
@@ -226,7 +214,7 @@ std::string yearlyDayText(const SVRecurrenceRule& rule, const NVCalendarDateType
 std::string describeLunarRule(const SVRecurrenceRulePtr& rule, Date date,
                               const std::optional<platform::Calendar>& calendar) {
   if (!rule) return lookUp("None");
-  const NVCalendarDateTypePtr& type = typeOfRule(*rule);
+  const NVCalendarDateTypePtr& type = detail::calendarTypeOfRule(*rule);
   const int n = rule->interval == 0 ? 1 : rule->interval;
   const bool monthly = rule->frequencyOrdinal == SVRecurrenceRule::monthly;
   const bool yearly = rule->frequencyOrdinal == SVRecurrenceRule::yearly;

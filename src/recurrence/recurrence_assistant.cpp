@@ -11,6 +11,7 @@
 #include "norvik/calendar/other_calendar.h"
 #include "norvik/platform/time_zone.h"
 #include "recurrence/recurrence_assistant_internal.h"
+#include "recurrence/rule_calendar.h"
 
 namespace norvik {
 namespace {
@@ -304,17 +305,9 @@ void expandPickedDates(const SVRecurrenceRule& rule, const TimeZone& zone, Colle
 
 // ---- Rules on the other calendars -----------------------------------------------------------
 
+// The calendar module's calendar of a rule on another calendar; nullptr for a Gregorian rule.
 const AlternativeCalendar* calendarOfRule(const SVRecurrenceRule& rule) {
-  if (rule.isLunar()) return alternativeCalendar("lunar");
-  if (rule.isKorean()) return alternativeCalendar("korean-lunar");
-  if (rule.isHijri()) return alternativeCalendar("hijri");
-  if (rule.isHebcal()) return alternativeCalendar("hebcal");
-  if (rule.isShaka()) return alternativeCalendar("shaka");
-  if (rule.isPersian()) return alternativeCalendar("persian");
-  if (rule.isVietnam()) return alternativeCalendar("vietnam");
-  if (rule.isKuwaiti()) return alternativeCalendar("hijri-kuwaiti");
-  if (rule.isSaudi()) return alternativeCalendar("hijri-saudi");
-  return nullptr;
+  return alternativeCalendar(detail::calendarTypeOfRule(rule)->rawValue());
 }
 
 class CalendarExpansion {

@@ -12,6 +12,7 @@
 #include "norvik/recurrence/recurrence_assistant.h"
 #include "norvik/recurrence/repeat_description.h"
 #include "recurrence/recurrence_assistant_internal.h"
+#include "recurrence/rule_calendar.h"
 
 namespace norvik {
 namespace {
@@ -23,20 +24,6 @@ void logAbnormalRule(std::string_view text, const SVRecurrenceError& error,
   SVLoggerObjcWrapper::logError(
       platform::format("abnormal recurrence rule: %@ %@", text, error.description), __FILE__,
       function, line);
-}
-
-// The calendar type of a rule on one of the other calendars, in the order the predicates are
-// asked; NONE when none holds.
-const std::shared_ptr<const NVCalendarDateType>& otherCalendarType(const SVRecurrenceRule& rule) {
-  if (rule.isKorean()) return NVCalendarDateType::KOREAN();
-  if (rule.isHijri()) return NVCalendarDateType::HIJRI();
-  if (rule.isHebcal()) return NVCalendarDateType::HEBCAL();
-  if (rule.isShaka()) return NVCalendarDateType::SHAKA();
-  if (rule.isPersian()) return NVCalendarDateType::PERSIAN();
-  if (rule.isVietnam()) return NVCalendarDateType::VIETNAM();
-  if (rule.isKuwaiti()) return NVCalendarDateType::HIJRI_KUWAITI();
-  if (rule.isSaudi()) return NVCalendarDateType::HIJRI_SAUDI();
-  return NVCalendarDateType::NONE();
 }
 
 void repairLunar(SVRecurrenceRule& rule, platform::Date date) {
@@ -54,7 +41,7 @@ void repairLunar(SVRecurrenceRule& rule, platform::Date date) {
 
 void repairOtherCalendar(SVRecurrenceRule& rule, platform::Date date) {
   const CalendarDate converted =
-      Repeat::dayInCalendarType(date, std::nullopt, otherCalendarType(rule));
+      Repeat::dayInCalendarType(date, std::nullopt, detail::calendarTypeOfRule(rule));
   // A month or day of 0 is a part the conversion could not give; it is not written.
   if (rule.isYearly()) {
     if (converted.month != 0) rule.setByMonth({converted.month});
@@ -139,12 +126,9 @@ std::optional<platform::Date> SVRecurrenceAssistant::firstOccurenceDateForRecurr
   }
   // The search starts a day before the start so that the start date itself can be the first
   // occurrence; the day is a calendar day in the object's zone, keeping the wall-clock time.
-  SVSimpleRecurringObject earlier;
-  earlier.setRuleString(text);
-  earlier.setFrom(from);
-  earlier.setTimeZoneIdentifier(object.timeZoneIdentifierAsRecurringObject());
   const std::optional<platform::Date> dayBefore = detail::sameTimeDayBefore(object, *start);
   if (!dayBefore) return std::nullopt;
+  SVSimpleRecurringObject earlier = object;
   earlier.setStartDate(*dayBefore);
   // The rule read above is the object's text: it is expanded without being read again.
   const std::vector<platform::Date> dates =

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "norvik/calendar/lunisolar.h"
+
 namespace norvik {
 
 namespace {
@@ -214,15 +216,6 @@ std::string joinInts(const std::vector<int>& values) {
     out += std::to_string(values[i]);
   }
   return out;
-}
-
-std::int64_t daysFromCivil(std::int64_t y, unsigned m, unsigned d) {
-  y -= m <= 2;
-  const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
-  const auto yoe = static_cast<unsigned>(y - era * 400);
-  const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-  const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-  return era * 146097 + static_cast<std::int64_t>(doe) - 719468;
 }
 
 // The parts this library reads, by kind; a name is matched ignoring case.
@@ -599,8 +592,7 @@ std::string SVRecurrenceDateValue::toIcal() const {
 }
 
 platform::Date SVRecurrenceDateValue::date(int secondsFromGMT) const {
-  const std::int64_t days =
-      daysFromCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day));
+  const CivilDay days = civilDayFromGregorian(year, month, day);
   double seconds = static_cast<double>(days) * 86400.0 + hour * 3600.0 + minute * 60.0 + second;
   if (!utc) seconds -= secondsFromGMT;
   return platform::Date(seconds);

@@ -3,6 +3,7 @@
 #include <locale.h>
 
 #include <clocale>
+#include <cmath>
 #include <cstdlib>
 
 #include "norvik/platform/date_formatter.h"
@@ -51,7 +52,8 @@ std::optional<std::string> jsonStringArray(const std::set<std::string>& strings)
   return platform::encodeJSON(Value(std::move(array)));
 }
 
-// A C-locale number that is the whole piece and does not start with white space; 0 otherwise.
+// A finite C-locale number that is the whole piece and does not start with white space; 0
+// otherwise ("nan" and "inf" included).
 double pieceNumber(const std::string& piece) {
   static locale_t cLocale = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
   if (piece.empty() || std::string_view(" \t\n\v\f\r").find(piece.front()) != std::string::npos) {
@@ -60,7 +62,7 @@ double pieceNumber(const std::string& piece) {
   char* end = nullptr;
   double value =
       cLocale ? strtod_l(piece.c_str(), &end, cLocale) : std::strtod(piece.c_str(), &end);
-  if (end != piece.c_str() + piece.size()) return 0;
+  if (end != piece.c_str() + piece.size() || !std::isfinite(value)) return 0;
   return value;
 }
 

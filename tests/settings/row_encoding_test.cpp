@@ -32,6 +32,9 @@ TEST(RowEncodingTest, DateListParsingStopsEarlyAndReadsBadPiecesAsTheEpoch) {
   EXPECT_EQ(sv("1e3 2.5 -4 12abc").dateArray(),
             (std::vector<Date>{Date(1000), Date(2.5), Date(-4), Date(0)}));
   EXPECT_EQ(sv("\t5").dateArray(), std::vector<Date>{Date(0)});
+  // Numbers without a place in time are the epoch too, so a set of them keeps its order.
+  EXPECT_EQ(sv("nan inf -INF 7").dateArray(),
+            (std::vector<Date>{Date(0), Date(0), Date(0), Date(7)}));
   EXPECT_EQ(sv("").dateArray(), std::vector<Date>{});
 }
 

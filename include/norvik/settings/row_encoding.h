@@ -87,8 +87,8 @@ struct SVStringInstanceDSL {
 
   // The dates of a space-separated list of seconds since 1970. The walk stops at the first empty
   // piece (two spaces in a row, a leading or trailing space, the empty text), keeping the dates
-  // before it. A piece that is not wholly a C-locale number (or starts with white space) gives the
-  // epoch, 1970-01-01 00:00:00 UTC.
+  // before it. A piece that is not wholly a finite C-locale number ("nan", "inf" and white space
+  // in front included) gives the epoch, 1970-01-01 00:00:00 UTC.
   std::vector<Date> dateArray() const;
   // The times of a JSON array of "HH:mm" strings, on one day in the current time zone; strings
   // that are not such a time are left out; text that is not an array of strings gives the empty
