@@ -112,4 +112,7 @@ std::vector<std::pair<int, int>> persianNewYearShifts();
 // The equation of time (apparent minus mean solar time) in minutes at JDE.
 double equationOfTimeMinutes(double jde);
 
+// Whether Hebrew year `year` (AM) has thirteen months: 7 years of every 19.
+bool isHebrewLeapYear(int year);
+
 }  // namespace norvik::detail

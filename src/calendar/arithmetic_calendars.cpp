@@ -29,10 +29,6 @@ CivilDay floorMod(CivilDay a, CivilDay b) {
 // Rata Die of 1 Tishri AM 1 (7 October 3761 BCE, Julian).
 constexpr CivilDay kHebrewEpoch = -1373427 - kRataDieOf1970;
 
-bool hebrewLeap(int year) {
-  return floorMod(7 * static_cast<CivilDay>(year) + 1, 19) < 7;
-}
-
 // Days from the epoch to the molad-based new year, with the weekday postponement.
 CivilDay hebrewElapsedDays(int year) {
   const CivilDay monthsElapsed = floorDiv(235 * static_cast<CivilDay>(year) - 234, 19);
@@ -70,7 +66,7 @@ class HebrewCalendar final : public YearCalendar {
     // 29-day Kislev.
     const bool longHeshvan = length % 10 == 5;
     const bool shortKislev = length % 10 == 3;
-    const bool leap = hebrewLeap(year);
+    const bool leap = isHebrewLeapYear(year);
     out.count = 0;
     auto add = [&out](int month, bool isLeap, int days) {
       out.months[out.count] = CalendarMonth{month, isLeap};
@@ -218,6 +214,10 @@ std::unique_ptr<AlternativeCalendar> makeIndianCalendar(CivilDay first, CivilDay
 
 std::unique_ptr<AlternativeCalendar> makePersianCalendar(CivilDay first, CivilDay last) {
   return std::make_unique<PersianCalendar>("persian", first, last);
+}
+
+bool isHebrewLeapYear(int year) {
+  return floorMod(7 * static_cast<CivilDay>(year) + 1, 19) < 7;
 }
 
 }  // namespace norvik::detail

@@ -69,12 +69,13 @@ std::optional<CivilDay> displayDay(platform::Date date,
 std::optional<LunarDate> lunarOfDay(std::optional<CivilDay> day) {
   if (!day) return std::nullopt;
   std::optional<LunarDate> lunar = chineseLunarDateOfCivilDay(*day);
-  if (!lunar || lunar->month < 1 || lunar->day < 1) return std::nullopt;
+  if (!lunar || lunar->month < 1 || lunar->month > 12 || lunar->day < 1 || lunar->day > 30) {
+    return std::nullopt;
+  }
   return lunar;
 }
 
-// Name lists indexed by a value the calendar never leaves 1..12 or 1..30; the process stops on
-// anything else, as for an out-of-range index of a fixed list.
+// Name lists indexed by a month 1..12 or a day 1..30, which lunarOfDay guarantees.
 std::string_view monthName(int month) {
   return kMonthNames.at(static_cast<std::size_t>(month - 1));
 }

@@ -39,6 +39,7 @@
 #include <utility>
 #include <vector>
 
+#include "calendar/alternative_calendars.h"
 #include "norvik/calendar/lunar_display.h"
 #include "norvik/calendar/lunisolar.h"
 #include "norvik/calendar/other_calendar.h"
@@ -88,12 +89,6 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 7> kTextLoca
     {"iw", "he"},
     {"fa", "fa"},
 }};
-
-// Hebrew year of the Hebrew calendar with 13 months: 7 of every 19 years.
-bool isHebrewLeapYear(int year) {
-  const int r = (7 * (year % 19) + 1) % 19;
-  return (r < 0 ? r + 19 : r) < 7;
-}
 
 // Where ICU writes a lunisolar leap month with its language-neutral "{0}bis", or has no month
 // names for the language at all, these markings stand in.
@@ -406,7 +401,7 @@ std::string monthText(const TextTable& table, int year, int month, bool leap) {
       // ICU's months: 0 Tishri .. 4 Shevat, 5 Adar I, 6 Adar, 7 Nisan .. 12 Elul, 13 Adar II.
       if (leap) return month == 5 ? at(5) : std::string();
       if (month <= 5) return at(static_cast<std::size_t>(month - 1));
-      if (month == 6) return at(isHebrewLeapYear(year) ? 13 : 6);
+      if (month == 6) return at(detail::isHebrewLeapYear(year) ? 13 : 6);
       return at(static_cast<std::size_t>(month));
     case Family::plain:
       if (leap) return {};

@@ -7,6 +7,7 @@
 
 #include "norvik/platform/bundle.h"
 #include "norvik/platform/format.h"
+#include "platform/integer_text.h"
 
 namespace norvik {
 namespace {
@@ -17,30 +18,7 @@ std::optional<std::string> infoString(std::string_view key) {
   return *value->string();
 }
 
-// The leading decimal number of `text` as the platform's integer reading does it: blanks, an
-// optional sign, then digits; saturates at the 64-bit limits; 0 when there are no digits.
-std::int64_t leadingInteger(std::string_view text) {
-  std::size_t i = 0;
-  while (i < text.size() && std::isspace(static_cast<unsigned char>(text[i]))) ++i;
-  bool negative = false;
-  if (i < text.size() && (text[i] == '+' || text[i] == '-')) negative = text[i++] == '-';
-  std::uint64_t magnitude = 0;
-  const std::uint64_t limit = negative ? std::uint64_t{1} << 63 : (std::uint64_t{1} << 63) - 1;
-  for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i) {
-    const unsigned digit = static_cast<unsigned>(text[i] - '0');
-    if (magnitude > (limit - digit) / 10) {
-      magnitude = limit;
-      while (i < text.size() && text[i] >= '0' && text[i] <= '9') ++i;
-      break;
-    }
-    magnitude = magnitude * 10 + digit;
-  }
-  if (negative) {
-    return magnitude == (std::uint64_t{1} << 63) ? std::numeric_limits<std::int64_t>::min()
-                                                 : -static_cast<std::int64_t>(magnitude);
-  }
-  return static_cast<std::int64_t>(magnitude);
-}
+using detail::leadingInteger;
 
 // The leading decimal digits of one version part; 0 when it has none. Large parts saturate.
 std::uint64_t versionPartValue(std::string_view part) noexcept {

@@ -8,10 +8,14 @@
 
 #include "norvik/platform/environment.h"
 #include "norvik/platform/property_list.h"
+#include "platform/integer_text.h"
 #include "platform/user_defaults_store.h"
 
 namespace norvik::platform {
 namespace {
+
+using detail::leadingInteger;
+using detail::skipSpace;
 
 constexpr std::string_view kFallbackStandardDomain = "app.norvik.standard";
 // Suites live in this folder of the application-group container, one database file each.
@@ -64,16 +68,6 @@ bool isStorable(const Value& value) {
   return true;
 }
 
-bool isSpace(char c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-std::string_view skipSpace(std::string_view text) {
-  std::size_t i = 0;
-  while (i < text.size() && isSpace(text[i])) ++i;
-  return text.substr(i);
-}
-
 // The platform's truth of a string: after white space, an optional sign and any zeros, a 'Y',
 // 'y', 'T', 't' or a digit 1-9 makes it true; whatever follows is ignored.
 bool stringTruth(std::string_view text) {
@@ -83,32 +77,6 @@ bool stringTruth(std::string_view text) {
   if (text.empty()) return false;
   char c = text.front();
   return c == 'Y' || c == 'y' || c == 'T' || c == 't' || (c >= '1' && c <= '9');
-}
-
-// The leading decimal integer of a string, saturating at the 64-bit limits; 0 without one.
-std::int64_t leadingInteger(std::string_view text) {
-  text = skipSpace(text);
-  bool negative = false;
-  if (!text.empty() && (text.front() == '+' || text.front() == '-')) {
-    negative = text.front() == '-';
-    text.remove_prefix(1);
-  }
-  // Accumulate as a negative number so that INT64_MIN fits.
-  constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
-  std::int64_t accumulated = 0;
-  bool overflow = false;
-  for (char c : text) {
-    if (c < '0' || c > '9') break;
-    int digit = c - '0';
-    if (accumulated < (kMin + digit) / 10) {
-      overflow = true;
-      break;
-    }
-    accumulated = accumulated * 10 - digit;
-  }
-  if (overflow) return negative ? kMin : std::numeric_limits<std::int64_t>::max();
-  if (negative) return accumulated;
-  return accumulated == kMin ? std::numeric_limits<std::int64_t>::max() : -accumulated;
 }
 
 // The leading decimal number of a string (with fraction, exponent, "inf" or "nan"); an overflow

@@ -7,20 +7,13 @@
 
 #include "norvik/environment/site_domain.h"
 #include "norvik/platform/localized_string.h"
+#include "platform/icu_support.h"
 
 namespace norvik {
 namespace {
 
-icu::UnicodeString fromUtf8(std::string_view text) {
-  return icu::UnicodeString::fromUTF8(
-      icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
-}
-
-std::string toUtf8(const icu::UnicodeString& text) {
-  std::string out;
-  text.toUTF8String(out);
-  return out;
-}
+using detail::fromUtf8;
+using detail::toUtf8;
 
 // A pattern compiled once; a null pointer when it does not compile. Compiled patterns are
 // immutable, so every thread may make matchers from it.
