@@ -128,7 +128,6 @@ void nv_db_setReminderTimeSet(Dictionary& row, const std::optional<std::set<Date
     put(row, key, Value());
     return;
   }
-  if (times->empty()) put(row, key, Value(""));  // replaced below by the empty array's text
   platform::DateFormatter formatter = reminderTimeFormatter();
   std::set<std::string> texts;
   for (const Date& time : *times) {
@@ -145,7 +144,6 @@ void nv_db_setStringSet(Dictionary& row, const std::optional<std::set<std::strin
     put(row, key, Value());
     return;
   }
-  if (strings->empty()) put(row, key, Value(""));  // replaced below by the empty array's text
   std::optional<std::string> json = jsonStringArray(*strings);
   put(row, key, json ? Value(*json) : Value());
 }

@@ -46,7 +46,8 @@ struct NVDateUtils {
 
   // Hour label of the day timeline for 0 <= hour <= 24. On a 24-hour clock "%02d" ("07"; 24 is
   // "00"); on a 12-hour clock "12AM", "1AM" ... "11AM", "12PM", "1PM" ... "11PM", and 24 is
-  // "12AM". The clock is platform::DateFormatter::uses24HourClock().
+  // "12AM". The clock is platform::DateFormatter::uses24HourClock(). Other hours and minutes are
+  // not checked: they are printed by the same rule (hour 25 is "25" or "13PM").
   static std::string formatTimeline(int hour);
   // The same with minutes: "07:30" / "7:30AM"; hour 24 with minute 0 is "00:00" / "12:00AM", and
   // other minutes of hour 24 follow the general rule ("24:30" / "12:30PM").

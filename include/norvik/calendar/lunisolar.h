@@ -36,7 +36,8 @@ struct GregorianDate {
 // The day number of a proleptic Gregorian date (months and days outside their ranges roll over).
 CivilDay civilDayFromGregorian(int year, int month, int day);
 GregorianDate gregorianFromCivilDay(CivilDay day);
-// The civil day on which the instant falls at this offset from UTC.
+// The civil day on which the instant falls at this offset from UTC; day 0 (1970-01-01) for a
+// non-finite instant.
 CivilDay civilDayOfDate(platform::Date date, int utcOffsetSeconds);
 
 // ---- Astronomy ----------------------------------------------------------------------------------
@@ -74,10 +75,11 @@ int newMoonNumberAtOrBefore(double jd);
 inline constexpr int kSolarTermCount = 24;
 // The simplified-Chinese name of term i ("小寒" ... "冬至"); empty outside 0..23.
 std::string_view solarTermName(int index);
+// The sun's longitude of term i, (285 + 15 i) mod 360; an index outside 0..23 is not checked.
 inline constexpr double solarTermLongitude(int index) {
   return static_cast<double>((285 + 15 * index) % 360);
 }
-// The instant of solar term i of a Gregorian year.
+// The instant of solar term i of a Gregorian year (at the longitude above).
 platform::Date solarTermDate(int year, int index);
 
 // ---- The lunisolar calendar -------------------------------------------------------------------
@@ -121,7 +123,7 @@ class LunisolarCalendar {
   std::vector<LunisolarMonth> monthsOfYear(int year) const;
   // The lunar date of a civil day (computed; a few hundred microseconds).
   LunarDate lunarDate(CivilDay day) const;
-  // The civil day of a solar term of Gregorian year `year`.
+  // The civil day of a solar term of Gregorian year `year` (at the longitude above).
   CivilDay solarTermDay(int year, int index) const;
 
  private:
@@ -148,7 +150,7 @@ std::optional<LunarDate> chineseLunarDateOfCivilDay(CivilDay day);
 // The packed form of one lunar year in the month-start table: bits 0-5 the day of the Gregorian
 // year (0 = 1 January) on which month 1 begins, bits 6-9 the month followed by the leap month (0
 // = none), bits 10-22 the lengths of the (up to) 13 months in order, bit 10 + i set when month
-// position i has 30 days.
+// position i has 30 days. 0 when fewer than two months are given (no year to pack).
 uint32_t packLunarYear(const std::vector<LunisolarMonth>& monthsOfYear, int year);
 // The table compiled into the library: one entry per lunar year from 1899 to 2100.
 inline constexpr int kChineseTableFirstLunarYear = 1899;

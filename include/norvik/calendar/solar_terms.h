@@ -33,7 +33,7 @@ class NVSolarTermsManager {
       platform::Date date, const std::optional<platform::Calendar>& calendar = std::nullopt) const;
 
   // The solar-term name of a day given as Gregorian year, month and day (the same lookup without
-  // a calendar).
+  // a calendar); std::nullopt for a day that does not exist (30 February) or has no term.
   std::optional<std::string> solarTermOfDay(int year, int month, int day) const;
   // The same for a civil day number (see lunisolar.h).
   std::optional<std::string> solarTermOfCivilDay(CivilDay day) const;

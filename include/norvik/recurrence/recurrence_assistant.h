@@ -77,7 +77,8 @@ class SVRecurrenceAssistant {
   //   one BYMONTHDAY entry or none at all takes the date's day; a weekly rule with at most one
   //   weekday takes the date's weekday.
   // Rules with several weekdays or several month days, and other frequencies, are left alone.
-  // Dates are read in the current time zone (the Chinese calendar in China's civil days).
+  // Dates are read in the current time zone (the Chinese calendar in China's civil days); a
+  // non-finite date leaves the rule as it was.
   static std::shared_ptr<SVRecurrenceRule> byDay_fixedRecurrenceRule(
       std::shared_ptr<SVRecurrenceRule> rule, std::string_view recurrenceFrom, platform::Date date);
 

@@ -92,7 +92,9 @@ struct Repeat {
   // "Ramadan 1" in English, "5/8" for the Vietnamese calendar, "八月初五"), a day -1 reading
   // "the last day"; otherwise the day text, or the month text on day 1 when
   // `monthFirstDayShowMonthString`. isFirstDay is day == 1. {false, ""} for NONE and for
-  // year, month and day all 0. `calendar` is accepted for symmetry with the date form and unused.
+  // year, month and day all 0. A month or day the calendar does not have (month 14, day 0 or -2)
+  // has the empty text, so its join is only the other part. `calendar` is accepted for symmetry
+  // with the date form and unused.
   static CalendarDayText dayStringInCalendarTypeYear(
       int year, int month, int day, bool leap, const std::optional<platform::Calendar>& calendar,
       const NVCalendarDateTypePtr& type, bool showMonthString, bool monthFirstDayShowMonthString);
@@ -110,7 +112,9 @@ struct Repeat {
   // "Lunar Monthly (初五)", the localized title and " (%@)" with the day text (kept, in
   // parentheses, even when empty). `date` supplies the day a rule does not name itself and the
   // year of a yearly month and day. The empty string for an interval above 1 (only singular rules
-  // are described); the localized "None" for a null rule and any other frequency.
+  // are described); the localized "None" for a null rule and any other frequency. A Gregorian
+  // rule has no calendar to name its day: it reads as a Chinese lunar one with an empty day text
+  // ("Lunar Monthly ()").
   static std::string repeatDescriptionWithLunarRRule(
       const SVRecurrenceRulePtr& rule, platform::Date date,
       const std::optional<platform::Calendar>& calendar = std::nullopt);

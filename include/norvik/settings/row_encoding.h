@@ -49,7 +49,8 @@ void nv_db_setDateSet(Dictionary& row, const std::optional<std::set<Date>>& date
 // The dates' numbers as text joined by single spaces; the empty array gives "".
 void nv_db_setDateArray(Dictionary& row, const std::optional<std::vector<Date>>& dates,
                         std::string_view key);
-// The JSON array of the times "HH:mm" of the dates ("[]" for the empty set).
+// The JSON array of the times "HH:mm" of the dates ("[]" for the empty set); a date the
+// formatter cannot write (not finite) is left out.
 void nv_db_setReminderTimeSet(Dictionary& row, const std::optional<std::set<Date>>& times,
                               std::string_view key);
 // The JSON array of the strings ("[]" for the empty set).
