@@ -4,7 +4,6 @@
 // file chooses the calendar and the text locale, joins month and day in each calendar's order and
 // composes the localized titles.
 #include <algorithm>
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <exception>
@@ -22,7 +21,6 @@
 #include "norvik/platform/format.h"
 #include "norvik/platform/localized_string.h"
 #include "norvik/platform/logger.h"
-#include "norvik/platform/notification_center.h"
 #include "norvik/recurrence/repeat_description.h"
 #include "rule_calendar.h"
 

@@ -7,7 +7,6 @@
 #include "norvik/recurrence/repeat_description.h"
 
 #include <array>
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -21,7 +20,6 @@
 #include "norvik/platform/environment.h"
 #include "norvik/platform/format.h"
 #include "norvik/platform/localized_string.h"
-#include "norvik/platform/notification_center.h"
 
 #if __has_include("norvik/calendar/lunar_display.h")
 #include "norvik/calendar/lunar_display.h"

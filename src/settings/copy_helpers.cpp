@@ -2,39 +2,22 @@
 
 namespace norvik {
 
-namespace {
-
-// A nested array or dictionary is copied element by element; other values are copied as they are.
-platform::Value copiedElement(const platform::Value& element) {
-  if (const platform::Array* array = element.array()) return platform::Value(nv_deepCopy(*array));
-  if (const platform::Dictionary* dictionary = element.dictionary()) {
-    return platform::Value(nv_deepCopy(*dictionary));
-  }
-  return element;
-}
-
-}  // namespace
-
+// Values share their nested containers copy-on-write, so a plain copy is already as independent
+// of its source as an element-by-element one: a change through either side copies first.
 platform::Array nv_deepMutableCopy(const platform::Array& array) {
-  platform::Array copy;
-  copy.reserve(array.size());
-  for (const platform::Value& element : array) copy.push_back(copiedElement(element));
-  return copy;
+  return array;
 }
 
 platform::Dictionary nv_deepMutableCopy(const platform::Dictionary& dictionary) {
-  platform::Dictionary copy;
-  for (const auto& [key, element] : dictionary)
-    copy.emplace_hint(copy.end(), key, copiedElement(element));
-  return copy;
+  return dictionary;
 }
 
 platform::Array nv_deepCopy(const platform::Array& array) {
-  return nv_deepMutableCopy(array);
+  return array;
 }
 
 platform::Dictionary nv_deepCopy(const platform::Dictionary& dictionary) {
-  return nv_deepMutableCopy(dictionary);
+  return dictionary;
 }
 
 platform::Array filter(
