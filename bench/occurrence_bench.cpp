@@ -14,7 +14,7 @@ using norvik::SVRecurrenceAssistant;
 using norvik::SVSimpleRecurringObject;
 using norvik::platform::Date;
 
-// A start of 2024-03-12 09:30 UTC (the benchmark's zone is the default environment's).
+// A start of 2024-03-12 09:30 in the objects' zone, UTC.
 constexpr int kYear = 2024, kMonth = 3, kDay = 12, kHour = 9, kMinute = 30;
 
 Date startDate() {

@@ -60,9 +60,9 @@ class Collector {
         from_(from),
         limit_(limit),
         includingFirst_(includingFirst),
-        count_(rule.count) {
-    const CivilDay fromDay = floorDay(localSecondsOf(zone, from));
-    boundDay_ = std::max(startDay_, fromDay) +
+        count_(rule.count),
+        fromDay_(floorDay(localSecondsOf(zone, from))) {
+    boundDay_ = std::max(startDay_, fromDay_) +
                 static_cast<CivilDay>(SVRecurrenceAssistant::kMaxSearchYears) * 366;
     if (rule.until) {
       const SVRecurrenceDateValue& u = *rule.until;
@@ -88,7 +88,7 @@ class Collector {
   // start, so a counted rule may not skip.
   std::optional<CivilDay> skipTarget() const {
     if (count_) return std::nullopt;
-    return floorDay(localSecondsOf(zone_, from_)) - 1;
+    return fromDay_ - 1;
   }
 
   // One more step of a search that may produce nothing; ends the search at kMaxCandidates.
@@ -134,6 +134,7 @@ class Collector {
   std::size_t limit_;
   bool includingFirst_;
   std::optional<std::int64_t> count_;
+  CivilDay fromDay_;  // the civil day of `from_` in the zone
   std::optional<CivilDay> untilDay_;
   std::optional<Date> untilInstant_;
   CivilDay boundDay_ = 0;
