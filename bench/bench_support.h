@@ -1,11 +1,14 @@
 #pragma once
 // Set-up shared by the benchmark programs: a private temporary directory that is removed again,
 // so that no benchmark touches the user's own container or bundle.
+#include <benchmark/benchmark.h>
 #include <stdlib.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+
+#include "norvik/platform/environment.h"
 
 namespace norvik::bench {
 
@@ -33,5 +36,18 @@ class TempDirectory {
  private:
   std::string path_;
 };
+
+// The body of main() for benchmarks of stored settings: runs the benchmarks of the command line
+// with the application-group container in a private temporary directory, never the user's own.
+inline int runWithPrivateContainer(int argc, char** argv, const std::string& prefix) {
+  const TempDirectory container(prefix);
+  platform::modifyEnvironment(
+      [&](platform::Environment& env) { env.appGroupContainerDirectory = container.path(); });
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}
 
 }  // namespace norvik::bench

@@ -75,14 +75,5 @@ BENCHMARK(BM_WrappedWrite);
 }  // namespace
 
 int main(int argc, char** argv) {
-  // A private container, never the user's own settings.
-  const norvik::bench::TempDirectory container("norvik-settings-bench");
-  norvik::platform::modifyEnvironment([&](norvik::platform::Environment& env) {
-    env.appGroupContainerDirectory = container.path();
-  });
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
+  return norvik::bench::runWithPrivateContainer(argc, argv, "norvik-settings-bench");
 }

@@ -67,14 +67,5 @@ BENCHMARK(BM_TenWritesThenSynchronize)->Unit(benchmark::kMicrosecond);
 }  // namespace
 
 int main(int argc, char** argv) {
-  // A private container, never the user's own settings.
-  const norvik::bench::TempDirectory container("norvik-bench");
-  norvik::platform::modifyEnvironment([&](norvik::platform::Environment& env) {
-    env.appGroupContainerDirectory = container.path();
-  });
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
+  return norvik::bench::runWithPrivateContainer(argc, argv, "norvik-bench");
 }
