@@ -1,4 +1,4 @@
-#include "norvik/environment/lunar_festival.h"
+#include "norvik/vocabulary/lunar_festival.h"
 
 #include <gtest/gtest.h>
 

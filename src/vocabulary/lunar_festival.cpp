@@ -1,4 +1,4 @@
-#include "norvik/environment/lunar_festival.h"
+#include "norvik/vocabulary/lunar_festival.h"
 
 #include "norvik/environment/language_environment.h"
 #include "norvik/environment/site_domain.h"
