@@ -399,12 +399,14 @@ std::string monthText(const TextTable& table, int year, int month, bool leap) {
       return at(static_cast<std::size_t>(month - 1));
     case Family::hebrew:
       // ICU's months: 0 Tishri .. 4 Shevat, 5 Adar I, 6 Adar, 7 Nisan .. 12 Elul, 13 Adar II.
-      if (leap) return month == 5 ? at(5) : std::string();
+      // Only month 5 has a leap form (Adar I); a leap flag on any other month names the month
+      // itself, so a yearly text read during Adar I still names Nisan.
+      if (leap && month == 5) return at(5);
       if (month <= 5) return at(static_cast<std::size_t>(month - 1));
       if (month == 6) return at(detail::isHebrewLeapYear(year) ? 13 : 6);
       return at(static_cast<std::size_t>(month));
     case Family::plain:
-      if (leap) return {};
+      // These calendars have no leap months; the flag changes nothing.
       return at(static_cast<std::size_t>(month - 1));
   }
   return {};

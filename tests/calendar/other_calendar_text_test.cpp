@@ -117,9 +117,9 @@ TEST(OtherCalendarText, HebrewMonthsFollowTheAdarNumbering) {
   EXPECT_EQ(month("hebcal", 5784, 6, false, "ar"), "آذار الثاني");
   EXPECT_EQ(month("hebcal", 5783, 6, false, "ar"), "آذار");
   EXPECT_EQ(month("hebcal", 5784, 7, false, "zh-rHK"), "尼散月");
-  // Only Adar I is a leap month.
-  EXPECT_EQ(month("hebcal", 5784, 7, true, "en"), "");
-  EXPECT_EQ(month("hebcal", 5784, 6, true, "iw"), "");
+  // Only Adar I is a leap month: the flag on any other month names that month.
+  EXPECT_EQ(month("hebcal", 5784, 7, true, "en"), "Nisan");
+  EXPECT_EQ(month("hebcal", 5784, 6, true, "iw"), "אדר ב׳");
 }
 
 TEST(OtherCalendarText, HebrewNumeralsInHebrew) {
@@ -144,7 +144,8 @@ TEST(OtherCalendarText, SolarAndIslamicCalendars) {
     EXPECT_EQ(month(type, 1445, 12, false, "ar"), "ذو الحجة");
     // Stand-alone names: no construct-state ending in Persian.
     EXPECT_EQ(month(type, 1445, 12, false, "fa"), "ذیحجه");
-    EXPECT_EQ(month(type, 1445, 1, true, "en"), "");
+    // No leap months here: the flag changes nothing.
+    EXPECT_EQ(month(type, 1445, 1, true, "en"), month(type, 1445, 1, false, "en"));
     EXPECT_EQ(texts(type, 1445, 1, 30, false, "ar").day, "٣٠");
     EXPECT_EQ(texts(type, 1445, 1, 31, false, "ar").day, "");
     EXPECT_EQ(texts(type, 1445, 1, 1, false, "ar").year, "١٤٤٥");

@@ -426,13 +426,14 @@ TEST_F(AlternativeCalendarTest, DescriptionsOfEveryCalendar) {
   EXPECT_EQ(describe("RSCALE=HEBREW;FREQ=YEARLY;BYMONTH=7;BYMONTHDAY=-1", kNisan),
             "Hebrew Yearly (the last day " + nisan.at(1) + ")");
   // The named month takes the leap flag of the date's own month: within Adar I (5L) it asks for
-  // a "7L" that no year has, whose month text is empty.
+  // a "7L" that no year has, which still reads Nisan.
   const CalendarDate adarI = Repeat::dayInCalendarType(kDate, std::nullopt, Type::HEBCAL());
   ASSERT_EQ(adarI.month, 5);
   ASSERT_TRUE(adarI.leap);
   const auto leapNisan = texts(Type::HEBCAL(), adarI.year, 7, 14, true, Locale::EN());
   EXPECT_EQ(describe("RSCALE=HEBREW;FREQ=YEARLY;BYMONTH=7;BYMONTHDAY=14", kDate),
             "Hebrew Yearly (" + leapNisan.at(2) + " " + leapNisan.at(1) + ")");
+  EXPECT_EQ(leapNisan.at(1), nisan.at(1));
   // A rule on no calendar at all gets the Chinese titles and an empty day.
   EXPECT_EQ(describe("FREQ=MONTHLY;BYMONTHDAY=9"), "Lunar Monthly ()");
   EXPECT_EQ(Repeat::repeatDescriptionWithLunarRRule(nullptr, kDate), "None");
