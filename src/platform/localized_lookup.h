@@ -13,4 +13,10 @@ using MainBundleLookup = std::string (*)(std::string_view key, std::string_view 
 // bundle's own lookup). Installed once while the library loads.
 void setMainBundleLookup(MainBundleLookup lookup) noexcept;
 
+using MainBundleLanguage = std::string (*)();
+
+// Names the localization whose tables `lookup` answers from, for platform::lookupLanguage() (null:
+// the main bundle's own choice). Installed together with the lookup.
+void setMainBundleLanguage(MainBundleLanguage language) noexcept;
+
 }  // namespace norvik::detail

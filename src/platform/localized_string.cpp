@@ -1,19 +1,109 @@
 #include "norvik/platform/localized_string.h"
 
+#include <unicode/locid.h>
+#include <unicode/plurrule.h>
+#include <unicode/strenum.h>
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
 #include <atomic>
 #include <exception>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+#include <variant>
 
 #include "norvik/platform/bundle.h"
+#include "platform/format_access.h"
 #include "platform/localized_lookup.h"
 
 namespace norvik::detail {
 namespace {
 // Written once while the library loads, read by every lookup: atomic, no lock.
 std::atomic<MainBundleLookup> installedLookup{nullptr};
+std::atomic<MainBundleLanguage> installedLanguage{nullptr};
+
+icu::Locale localeOf(std::string_view language) {
+  UErrorCode status = U_ZERO_ERROR;
+  icu::Locale locale = icu::Locale::forLanguageTag(language, status);
+  if (U_FAILURE(status)) return icu::Locale::getRoot();
+  return locale;
+}
+
+// ICU's plural rules of each language asked for, built once; entries are never removed, and a
+// PluralRules object is only read after it is built. Guarded by `mutex`.
+struct PluralRulesCache {
+  std::mutex mutex;
+  std::unordered_map<std::string, std::unique_ptr<const icu::PluralRules>> rules;
+};
+
+// The rules of `language`; null when ICU cannot build any (out of memory).
+const icu::PluralRules* pluralRules(std::string_view language) {
+  static PluralRulesCache cache;
+  std::lock_guard lock(cache.mutex);
+  auto it = cache.rules.find(std::string(language));
+  if (it == cache.rules.end()) {
+    UErrorCode status = U_ZERO_ERROR;
+    std::unique_ptr<const icu::PluralRules> rules(
+        icu::PluralRules::forLocale(localeOf(language), status));
+    if (U_FAILURE(status)) rules.reset();
+    it = cache.rules.emplace(std::string(language), std::move(rules)).first;
+  }
+  return it->second.get();
+}
+
+std::string utf8(const icu::UnicodeString& text) {
+  std::string out;
+  text.toUTF8String(out);
+  return out;
+}
+
+// Whether `text` holds a character of strong left-to-right direction (Latin, Greek, CJK...).
+bool hasLeftToRightLetter(std::string_view text) {
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+  const auto length = static_cast<std::int32_t>(text.size());
+  for (std::int32_t i = 0; i < length;) {
+    UChar32 c;
+    U8_NEXT(bytes, i, length, c);
+    if (c >= 0 && u_charDirection(c) == U_LEFT_TO_RIGHT) return true;
+  }
+  return false;
+}
+
+// The text an argument prints with %@ or %s, when it is a text; std::nullopt for numbers.
+std::optional<std::string_view> textOf(const platform::FormatArgument& argument) {
+  const auto& s = FormatArgumentAccess::storage(argument);
+  if (auto p = std::get_if<std::string_view>(&s)) return *p;
+  if (auto p = std::get_if<std::string>(&s)) return std::string_view(*p);
+  const platform::Value* v = nullptr;
+  if (auto p = std::get_if<const platform::Value*>(&s)) v = *p;
+  if (auto p = std::get_if<platform::Value>(&s)) v = p;
+  if (v && v->string()) return std::string_view(*v->string());
+  return std::nullopt;
+}
+
+// The count a text's plural variant is chosen by: the first argument, when it is an integer.
+std::optional<std::int64_t> countOf(std::span<const platform::FormatArgument> args) {
+  if (args.empty()) return std::nullopt;
+  const auto& s = FormatArgumentAccess::storage(args.front());
+  if (auto i = std::get_if<std::int64_t>(&s)) return *i;
+  if (auto u = std::get_if<std::uint64_t>(&s)) {
+    return static_cast<std::int64_t>(std::min<std::uint64_t>(*u, INT64_MAX));
+  }
+  return std::nullopt;
+}
+
+constexpr std::string_view kFirstStrongIsolate = "\xE2\x81\xA8";    // U+2068
+constexpr std::string_view kPopDirectionalIsolate = "\xE2\x81\xA9";  // U+2069
+
 }  // namespace
 
 void setMainBundleLookup(MainBundleLookup lookup) noexcept {
   installedLookup.store(lookup, std::memory_order_release);
+}
+
+void setMainBundleLanguage(MainBundleLanguage language) noexcept {
+  installedLanguage.store(language, std::memory_order_release);
 }
 
 }  // namespace norvik::detail
@@ -33,6 +123,104 @@ std::string localizedString(std::string_view key, std::string_view value, std::s
 
 std::string specialLocalizedString(std::string_view key) {
   return localizedString(key, {}, kNVSpecialStringTable);
+}
+
+std::string lookupLanguage() {
+  try {
+    if (auto language = detail::installedLanguage.load(std::memory_order_acquire)) {
+      return language();
+    }
+    const auto preferred = Bundle::main()->preferredLocalizations();
+    return preferred.empty() ? std::string("en") : preferred.front();
+  } catch (const std::exception&) {
+    return "en";
+  }
+}
+
+std::string pluralCategory(std::string_view language, std::int64_t count) {
+  try {
+    const icu::PluralRules* rules = detail::pluralRules(language);
+    if (!rules) return "other";
+    if (count >= INT32_MIN && count <= INT32_MAX) {
+      return detail::utf8(rules->select(static_cast<std::int32_t>(count)));
+    }
+    return detail::utf8(rules->select(static_cast<double>(count)));
+  } catch (const std::exception&) {
+    return "other";
+  }
+}
+
+std::vector<std::string> pluralCategories(std::string_view language) {
+  std::vector<std::string> out;
+  try {
+    if (const icu::PluralRules* rules = detail::pluralRules(language)) {
+      UErrorCode status = U_ZERO_ERROR;
+      std::unique_ptr<icu::StringEnumeration> keywords(rules->getKeywords(status));
+      while (keywords && U_SUCCESS(status)) {
+        const icu::UnicodeString* keyword = keywords->snext(status);
+        if (!keyword || U_FAILURE(status)) break;
+        out.push_back(detail::utf8(*keyword));
+      }
+    }
+  } catch (const std::exception&) {
+  }
+  if (out.empty()) out.emplace_back("other");
+  return out;
+}
+
+bool isRightToLeftLanguage(std::string_view language) {
+  if (language.empty()) return false;
+  return detail::localeOf(language).isRightToLeft();
+}
+
+namespace {
+
+std::optional<std::string> pluralVariantIn(const std::string& language, std::string_view key,
+                                           std::int64_t count, std::string_view table) {
+  try {
+    std::string variant(key);
+    variant.append(kPluralVariantSeparator).append(pluralCategory(language, count));
+    // The language's own table only: a variant is never taken from another language.
+    std::string text = Bundle::main()->localizedString(variant, {}, table, language);
+    if (text == variant) return std::nullopt;
+    return text;
+  } catch (const std::exception&) {
+    return std::nullopt;
+  }
+}
+
+}  // namespace
+
+std::optional<std::string> localizedPluralVariant(std::string_view key, std::int64_t count,
+                                                  std::string_view table) {
+  return pluralVariantIn(lookupLanguage(), key, count, table);
+}
+
+std::string formatLocalized(std::string_view key, std::string_view table, std::string_view text,
+                            std::span<const FormatArgument> args) {
+  try {
+    const std::string language = lookupLanguage();
+    std::optional<std::string> variant;
+    if (const auto count = detail::countOf(args)) {
+      variant = pluralVariantIn(language, key, *count, table);
+    }
+    const std::string_view format = variant ? std::string_view(*variant) : text;
+    if (!isRightToLeftLanguage(language)) return formatWithFallback(format, key, args);
+    std::vector<FormatArgument> isolated(args.begin(), args.end());
+    for (FormatArgument& argument : isolated) {
+      const auto argumentText = detail::textOf(argument);
+      if (!argumentText || !detail::hasLeftToRightLetter(*argumentText)) continue;
+      std::string wrapped;
+      wrapped.reserve(argumentText->size() + 6);
+      wrapped.append(detail::kFirstStrongIsolate)
+          .append(*argumentText)
+          .append(detail::kPopDirectionalIsolate);
+      argument = FormatArgument(std::move(wrapped));
+    }
+    return formatWithFallback(format, key, std::span<const FormatArgument>(isolated));
+  } catch (const std::exception&) {
+    return std::string(text);
+  }
 }
 
 }  // namespace norvik::platform
