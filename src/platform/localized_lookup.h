@@ -13,6 +13,9 @@ using MainBundleLookup = std::string (*)(std::string_view key, std::string_view 
 // bundle's own lookup). Installed once while the library loads.
 void setMainBundleLookup(MainBundleLookup lookup) noexcept;
 
+// The lookup installed now (null: the main bundle's own).
+MainBundleLookup mainBundleLookup() noexcept;
+
 using MainBundleLanguage = std::string (*)();
 
 // Names the localization whose tables `lookup` answers from, for platform::lookupLanguage() (null:

@@ -93,13 +93,17 @@ std::optional<std::int64_t> countOf(std::span<const platform::FormatArgument> ar
   return std::nullopt;
 }
 
-constexpr std::string_view kFirstStrongIsolate = "\xE2\x81\xA8";    // U+2068
+constexpr std::string_view kFirstStrongIsolate = "\xE2\x81\xA8";     // U+2068
 constexpr std::string_view kPopDirectionalIsolate = "\xE2\x81\xA9";  // U+2069
 
 }  // namespace
 
 void setMainBundleLookup(MainBundleLookup lookup) noexcept {
   installedLookup.store(lookup, std::memory_order_release);
+}
+
+MainBundleLookup mainBundleLookup() noexcept {
+  return installedLookup.load(std::memory_order_acquire);
 }
 
 void setMainBundleLanguage(MainBundleLanguage language) noexcept {

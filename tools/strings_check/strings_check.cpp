@@ -1,5 +1,7 @@
 #include "strings_check.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
@@ -7,8 +9,6 @@
 #include <map>
 #include <regex>
 #include <sstream>
-
-#include <unistd.h>
 
 #include "norvik/calendar/calendar_types.h"
 #include "norvik/calendar/date_utils.h"
@@ -70,8 +70,9 @@ constexpr std::string_view kDirectionMarks[] = {
 };
 
 bool hasDirectionMark(std::string_view text) {
-  return std::any_of(std::begin(kDirectionMarks), std::end(kDirectionMarks),
-                     [&](std::string_view mark) { return text.find(mark) != std::string_view::npos; });
+  return std::any_of(
+      std::begin(kDirectionMarks), std::end(kDirectionMarks),
+      [&](std::string_view mark) { return text.find(mark) != std::string_view::npos; });
 }
 
 // --- Source scanning -----------------------------------------------------------------------
@@ -116,16 +117,23 @@ std::string readLiteral(std::string_view s, std::size_t& i) {
     }
     const char e = s[++i];
     switch (e) {
-      case 'n': value.push_back('\n'); break;
-      case 't': value.push_back('\t'); break;
-      case '0': value.push_back('\0'); break;
+      case 'n':
+        value.push_back('\n');
+        break;
+      case 't':
+        value.push_back('\t');
+        break;
+      case '0':
+        value.push_back('\0');
+        break;
       case 'x': {
         int code = 0;
         while (i + 1 < s.size() && hexDigit(s[i + 1]) >= 0) code = code * 16 + hexDigit(s[++i]);
         value.push_back(static_cast<char>(code));
         break;
       }
-      default: value.push_back(e);
+      default:
+        value.push_back(e);
     }
   }
   ++i;
@@ -323,11 +331,13 @@ KeySet recordLibraryKeys() {
       fs::temp_directory_path() / ("strings_check-" + std::to_string(::getpid()));
   std::error_code ignored;
   fs::create_directories(container, ignored);
+  const platform::Environment previous = *platform::currentEnvironment();
   platform::modifyEnvironment([&](platform::Environment& env) {
     env.appGroupContainerDirectory = container.string();
     env.preferredLanguages = {"en"};
   });
   BundleEx::installOnMainBundle();
+  const detail::MainBundleLookup previousLookup = detail::mainBundleLookup();
   detail::setMainBundleLookup(&recordLookup);
   recorded().clear();
 
@@ -378,9 +388,9 @@ KeySet recordLibraryKeys() {
   for (const std::string scale :
        {"CHINESE", "DANGI", "HEBREW", "INDIAN", "PERSIAN", "ISLAMIC-CIVIL", "ISLAMIC-TBLA",
         "ISLAMIC-UMALQURA", "CHINESE;X-NV-CALENDAR=VIETNAM"}) {
-    for (const std::string shape : {"FREQ=MONTHLY", "FREQ=MONTHLY;BYMONTHDAY=-1",
-                                    "FREQ=MONTHLY;BYMONTHDAY=5", "FREQ=YEARLY",
-                                    "FREQ=YEARLY;BYMONTH=1;BYMONTHDAY=-1", "FREQ=WEEKLY"}) {
+    for (const std::string shape :
+         {"FREQ=MONTHLY", "FREQ=MONTHLY;BYMONTHDAY=-1", "FREQ=MONTHLY;BYMONTHDAY=5", "FREQ=YEARLY",
+          "FREQ=YEARLY;BYMONTH=1;BYMONTHDAY=-1", "FREQ=WEEKLY"}) {
       rules.push_back("RSCALE=" + scale + ";" + shape);
     }
   }
@@ -405,6 +415,8 @@ KeySet recordLibraryKeys() {
        {NVProjectPermissionWrite, NVProjectPermissionComment, NVProjectPermissionRead}) {
     NVProjectPermission{std::string(permission)}.localizedDescription();
   }
+  detail::setMainBundleLookup(previousLookup);
+  platform::setEnvironment(previous);
   fs::remove_all(container, ignored);
   return recorded();
 }
@@ -484,8 +496,8 @@ std::vector<std::string> checkBundle(const std::string& bundleDirectory, const K
                                "have plural variants");
           } else if (std::find(categories.begin(), categories.end(), category) ==
                      categories.end()) {
-            problems.push_back(where + "\"" + key + "\": ICU has no plural category \"" +
-                               category + "\" for " + code);
+            problems.push_back(where + "\"" + key + "\": ICU has no plural category \"" + category +
+                               "\" for " + code);
           }
         }
         std::string why;
@@ -524,7 +536,8 @@ std::vector<std::string> checkBundle(const std::string& bundleDirectory, const K
     }
   }
   for (const std::string& code : codes) {
-    if (!offered.count(code)) notes.push_back(code + ": a folder of no language the user can choose");
+    if (!offered.count(code))
+      notes.push_back(code + ": a folder of no language the user can choose");
   }
   return problems;
 }

@@ -27,9 +27,9 @@ struct Specifier {
 // The specifiers of `text` with positions resolved; "%%" takes no argument.
 std::vector<Specifier> specifiersOf(std::string_view text);
 
-// Whether `translation` can stand for `key`: it uses exactly the key's argument positions, each with
-// a conversion of the same kind (integer, real or text), and formats the key's sample arguments.
-// On failure, `why` says what differs.
+// Whether `translation` can stand for `key`: it uses exactly the key's argument positions, each
+// with a conversion of the same kind (integer, real or text), and formats the key's sample
+// arguments. On failure, `why` says what differs.
 bool specifiersCompatible(std::string_view key, std::string_view translation, std::string& why);
 
 // The keys passed as string literals to the library's lookup functions in the C++ files under
@@ -40,15 +40,16 @@ KeySet scanSourceKeys(const std::string& sourceDirectory);
 KeySet scanSourceText(std::string_view source);
 
 // The keys the library looks up while it describes rules of every kind, calendars, ordinal days,
-// smart lists and permissions. Replaces the library's lookup for the rest of the process.
+// smart lists and permissions. The library's lookup and environment are replaced meanwhile and
+// restored afterwards; call it while no other thread looks up texts.
 KeySet recordLibraryKeys();
 
 // Runs every check on the bundle at `bundleDirectory` against `keys`: each `<code>.lproj` folder
-// there must hold Localizable.strings and Special.strings that parse, have every key, no duplicates,
-// no key the library never uses, specifiers compatible with the key, plural variants only on keys
-// counted by a first %d and only with categories ICU has for the language, and no direction marks.
-// Returns the problems, one line each ("pl/Localizable: ..."); empty when all pass. `notes`
-// receives facts that are not failures (codes of the language list without a folder).
+// there must hold Localizable.strings and Special.strings that parse, have every key, no
+// duplicates, no key the library never uses, specifiers compatible with the key, plural variants
+// only on keys counted by a first %d and only with categories ICU has for the language, and no
+// direction marks. Returns the problems, one line each ("pl/Localizable: ..."); empty when all
+// pass. `notes` receives facts that are not failures (codes of the language list without a folder).
 std::vector<std::string> checkBundle(const std::string& bundleDirectory, const KeySet& keys,
                                      std::vector<std::string>& notes);
 

@@ -43,8 +43,8 @@ inline constexpr std::string_view kPluralVariantSeparator = "##";
 std::string lookupLanguage();
 
 // The CLDR plural category ("zero", "one", "two", "few", "many" or "other") of `count` in
-// `language` (a folder code such as "ru" or "pt-BR"), by ICU's rules; "other" for a code ICU does not
-// know. The rules of each language are built once.
+// `language` (a folder code such as "ru" or "pt-BR"), by ICU's rules; "other" for a code ICU does
+// not know. The rules of each language are built once.
 std::string pluralCategory(std::string_view language, std::int64_t count);
 
 // The plural categories ICU's rules have for `language`, in ICU's order; {"other"} for a code ICU
