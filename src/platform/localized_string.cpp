@@ -30,26 +30,37 @@ icu::Locale localeOf(std::string_view language) {
   return locale;
 }
 
-// ICU's plural rules of each language asked for, built once; entries are never removed, and a
-// PluralRules object is only read after it is built. Guarded by `mutex`.
-struct PluralRulesCache {
-  std::mutex mutex;
-  std::unordered_map<std::string, std::unique_ptr<const icu::PluralRules>> rules;
+// What the formatting needs to know of one language, built once per language asked for: ICU's
+// plural rules (null when ICU cannot build any) and the direction of its text. Entries are never
+// removed, and a PluralRules object is only read after it is built. Guarded by `mutex`.
+struct LanguageRules {
+  std::unique_ptr<const icu::PluralRules> plural;
+  bool rightToLeft = false;
 };
 
-// The rules of `language`; null when ICU cannot build any (out of memory).
-const icu::PluralRules* pluralRules(std::string_view language) {
-  static PluralRulesCache cache;
+struct LanguageRulesCache {
+  std::mutex mutex;
+  std::unordered_map<std::string, std::unique_ptr<const LanguageRules>> languages;
+};
+
+const LanguageRules& languageRules(std::string_view language) {
+  static LanguageRulesCache cache;
   std::lock_guard lock(cache.mutex);
-  auto it = cache.rules.find(std::string(language));
-  if (it == cache.rules.end()) {
+  auto it = cache.languages.find(std::string(language));
+  if (it == cache.languages.end()) {
+    auto rules = std::make_unique<LanguageRules>();
+    const icu::Locale locale = localeOf(language);
     UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<const icu::PluralRules> rules(
-        icu::PluralRules::forLocale(localeOf(language), status));
-    if (U_FAILURE(status)) rules.reset();
-    it = cache.rules.emplace(std::string(language), std::move(rules)).first;
+    rules->plural.reset(icu::PluralRules::forLocale(locale, status));
+    if (U_FAILURE(status)) rules->plural.reset();
+    rules->rightToLeft = !language.empty() && locale.isRightToLeft();
+    it = cache.languages.emplace(std::string(language), std::move(rules)).first;
   }
-  return it->second.get();
+  return *it->second;
+}
+
+const icu::PluralRules* pluralRules(std::string_view language) {
+  return languageRules(language).plural.get();
 }
 
 std::string utf8(const icu::UnicodeString& text) {
@@ -173,8 +184,11 @@ std::vector<std::string> pluralCategories(std::string_view language) {
 }
 
 bool isRightToLeftLanguage(std::string_view language) {
-  if (language.empty()) return false;
-  return detail::localeOf(language).isRightToLeft();
+  try {
+    return detail::languageRules(language).rightToLeft;
+  } catch (const std::exception&) {
+    return false;
+  }
 }
 
 namespace {
