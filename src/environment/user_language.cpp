@@ -61,6 +61,7 @@ void attachLanguage(std::optional<std::string> code) {
   state.code = std::move(code);
   state.resolvedFor.reset();
   state.bundle.reset();
+  lookupLanguageChanged();
 }
 
 std::shared_ptr<Bundle> attachedBundle(std::shared_ptr<Bundle> main) {

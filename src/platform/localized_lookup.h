@@ -22,4 +22,8 @@ using MainBundleLanguage = std::string (*)();
 // the main bundle's own choice). Installed together with the lookup.
 void setMainBundleLanguage(MainBundleLanguage language) noexcept;
 
+// Tells the platform that the installed language hook may now answer differently (the user chose
+// another language); lookups ask it again. Environment changes are noticed without it.
+void lookupLanguageChanged() noexcept;
+
 }  // namespace norvik::detail

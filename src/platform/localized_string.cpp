@@ -14,6 +14,7 @@
 #include <variant>
 
 #include "norvik/platform/bundle.h"
+#include "norvik/platform/environment.h"
 #include "platform/format_access.h"
 #include "platform/localized_lookup.h"
 
@@ -107,6 +108,70 @@ std::optional<std::int64_t> countOf(std::span<const platform::FormatArgument> ar
 constexpr std::string_view kFirstStrongIsolate = "\xE2\x81\xA8";     // U+2068
 constexpr std::string_view kPopDirectionalIsolate = "\xE2\x81\xA9";  // U+2069
 
+// Moves whenever the installed language hook may answer differently.
+std::atomic<std::uint64_t> lookupGeneration{1};
+
+std::string computeLookupLanguage() {
+  if (auto language = installedLanguage.load(std::memory_order_acquire)) return language();
+  const auto preferred = platform::Bundle::main()->preferredLocalizations();
+  return preferred.empty() ? std::string("en") : preferred.front();
+}
+
+// The lookup language and what was found of its plural variants, kept by each thread while the
+// environment and the language choice stay the same: asking the hook and the bundle costs more
+// than the formatting itself.
+struct ThreadLookupState {
+  std::uint64_t environment = 0;
+  std::uint64_t generation = 0;
+  std::string language;
+  const LanguageRules* rules = nullptr;
+  // table, key and count -> the variant's text, or std::nullopt when the table has none.
+  std::unordered_map<std::string, std::optional<std::string>> variants;
+};
+
+ThreadLookupState& threadLookupState() {
+  thread_local ThreadLookupState state;
+  // Read the counters first: a change made while the language is computed is seen next time.
+  const std::uint64_t environment = platform::environmentGeneration();
+  const std::uint64_t generation = lookupGeneration.load(std::memory_order_acquire);
+  if (state.rules == nullptr || state.environment != environment ||
+      state.generation != generation) {
+    state.language = computeLookupLanguage();
+    state.rules = &languageRules(state.language);
+    state.variants.clear();
+    state.environment = environment;
+    state.generation = generation;
+  }
+  return state;
+}
+
+std::string categoryOf(const LanguageRules& rules, std::int64_t count) {
+  if (!rules.plural) return "other";
+  if (count >= INT32_MIN && count <= INT32_MAX) {
+    return utf8(rules.plural->select(static_cast<std::int32_t>(count)));
+  }
+  return utf8(rules.plural->select(static_cast<double>(count)));
+}
+
+// The variant of `key` for `count` in the lookup language's own table: a variant is never taken
+// from another language.
+std::optional<std::string> pluralVariant(ThreadLookupState& state, std::string_view key,
+                                         std::int64_t count, std::string_view table) {
+  // Kept by count, so that a repeated text costs neither ICU's rules nor the bundle.
+  std::string id;
+  id.reserve(table.size() + key.size() + 2 + sizeof count);
+  id.append(table).append(1, '\x1f').append(key).append(1, '\x1f');
+  id.append(reinterpret_cast<const char*>(&count), sizeof count);
+  if (auto it = state.variants.find(id); it != state.variants.end()) return it->second;
+  std::string variant(key);
+  variant.append(platform::kPluralVariantSeparator).append(categoryOf(*state.rules, count));
+  std::optional<std::string> found =
+      platform::Bundle::main()->localizedString(variant, {}, table, state.language);
+  if (found == variant) found.reset();
+  if (state.variants.size() < 4096) state.variants.emplace(std::move(id), found);
+  return found;
+}
+
 }  // namespace
 
 void setMainBundleLookup(MainBundleLookup lookup) noexcept {
@@ -119,6 +184,11 @@ MainBundleLookup mainBundleLookup() noexcept {
 
 void setMainBundleLanguage(MainBundleLanguage language) noexcept {
   installedLanguage.store(language, std::memory_order_release);
+  lookupLanguageChanged();
+}
+
+void lookupLanguageChanged() noexcept {
+  lookupGeneration.fetch_add(1, std::memory_order_acq_rel);
 }
 
 }  // namespace norvik::detail
@@ -142,11 +212,7 @@ std::string specialLocalizedString(std::string_view key) {
 
 std::string lookupLanguage() {
   try {
-    if (auto language = detail::installedLanguage.load(std::memory_order_acquire)) {
-      return language();
-    }
-    const auto preferred = Bundle::main()->preferredLocalizations();
-    return preferred.empty() ? std::string("en") : preferred.front();
+    return detail::threadLookupState().language;
   } catch (const std::exception&) {
     return "en";
   }
@@ -154,12 +220,7 @@ std::string lookupLanguage() {
 
 std::string pluralCategory(std::string_view language, std::int64_t count) {
   try {
-    const icu::PluralRules* rules = detail::pluralRules(language);
-    if (!rules) return "other";
-    if (count >= INT32_MIN && count <= INT32_MAX) {
-      return detail::utf8(rules->select(static_cast<std::int32_t>(count)));
-    }
-    return detail::utf8(rules->select(static_cast<double>(count)));
+    return detail::categoryOf(detail::languageRules(language), count);
   } catch (const std::exception&) {
     return "other";
   }
@@ -191,39 +252,26 @@ bool isRightToLeftLanguage(std::string_view language) {
   }
 }
 
-namespace {
-
-std::optional<std::string> pluralVariantIn(const std::string& language, std::string_view key,
-                                           std::int64_t count, std::string_view table) {
+std::optional<std::string> localizedPluralVariant(std::string_view key, std::int64_t count,
+                                                  std::string_view table) {
   try {
-    std::string variant(key);
-    variant.append(kPluralVariantSeparator).append(pluralCategory(language, count));
-    // The language's own table only: a variant is never taken from another language.
-    std::string text = Bundle::main()->localizedString(variant, {}, table, language);
-    if (text == variant) return std::nullopt;
-    return text;
+    if (table.empty()) table = "Localizable";
+    return detail::pluralVariant(detail::threadLookupState(), key, count, table);
   } catch (const std::exception&) {
     return std::nullopt;
   }
 }
 
-}  // namespace
-
-std::optional<std::string> localizedPluralVariant(std::string_view key, std::int64_t count,
-                                                  std::string_view table) {
-  return pluralVariantIn(lookupLanguage(), key, count, table);
-}
-
 std::string formatLocalized(std::string_view key, std::string_view table, std::string_view text,
                             std::span<const FormatArgument> args) {
   try {
-    const std::string language = lookupLanguage();
+    detail::ThreadLookupState& state = detail::threadLookupState();
     std::optional<std::string> variant;
     if (const auto count = detail::countOf(args)) {
-      variant = pluralVariantIn(language, key, *count, table);
+      variant = detail::pluralVariant(state, key, *count, table.empty() ? "Localizable" : table);
     }
     const std::string_view format = variant ? std::string_view(*variant) : text;
-    if (!isRightToLeftLanguage(language)) return formatWithFallback(format, key, args);
+    if (!state.rules->rightToLeft) return formatWithFallback(format, key, args);
     std::vector<FormatArgument> isolated(args.begin(), args.end());
     for (FormatArgument& argument : isolated) {
       const auto argumentText = detail::textOf(argument);
