@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <thread>
 
 #include "language_test_support.h"
 #include "norvik/platform/localized_string.h"
@@ -175,6 +177,28 @@ TEST_F(LocalizedFormatTest, RightToLeftTablesIsolateLatinArguments) {
   EXPECT_EQ(describeWeeks(3, "الاثنين"), "كل 3 أسابيع في الاثنين");
   ASSERT_TRUE(NVUserLanguage::setUserLanguageType(13));  // ru: left to right, no marks
   EXPECT_EQ(describeWeeks(2, "Mon, Wed"), "Every 2 weeks on Mon, Wed");
+}
+
+TEST_F(LocalizedFormatTest, VariantsFollowALanguageChangeOnOtherThreadsConcurrency) {
+  ASSERT_TRUE(NVUserLanguage::setUserLanguageType(13));
+  std::atomic<bool> stop{false};
+  std::atomic<int> unexpected{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 3; ++t) {
+    threads.emplace_back([&] {
+      while (!stop.load()) {
+        const std::string text = describeDays(21);
+        if (text != "Каждый 21 день" && text != "Every 21 days") ++unexpected;
+      }
+    });
+  }
+  for (int i = 0; i < 40; ++i) NVUserLanguage::setUserLanguageType(i % 2 == 0 ? 14 : 13);
+  stop = true;
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(unexpected.load(), 0);
+  // Once the choice settles, every thread formats in it.
+  EXPECT_EQ(describeDays(21), "Каждый 21 день");
+  std::thread([&] { EXPECT_EQ(describeDays(22), "Каждые 22 дня"); }).join();
 }
 
 TEST(ShippedTables, RussianDescriptionsAgreeWithTheCount) {
