@@ -515,6 +515,21 @@ std::vector<std::string> checkBundle(const std::string& bundleDirectory, const K
       for (const auto& [key, counted] : tableKeys) {
         if (!parsed.find(key)) problems.push_back(where + "lacks \"" + key + "\"");
       }
+      // Counts from 2 to 110 falling into several categories: the counted keys likely need
+      // variants. Only noted, since some (a day number) read the same for every count.
+      std::set<std::string> spread;
+      for (int n = 2; n <= 110; ++n) spread.insert(platform::pluralCategory(code, n));
+      if (spread.size() > 1) {
+        std::string bare;
+        for (const auto& [key, counted] : tableKeys) {
+          if (!counted || !parsed.find(key)) continue;
+          const std::string prefix = key + std::string(platform::kPluralVariantSeparator);
+          const auto next = parsed.entries.lower_bound(prefix);
+          const bool hasVariant = next != parsed.entries.end() && next->first.starts_with(prefix);
+          if (!hasVariant) bare += (bare.empty() ? "\"" : ", \"") + key + "\"";
+        }
+        if (!bare.empty()) notes.push_back(where + "counted keys without plural variants: " + bare);
+      }
     }
   }
 
