@@ -6,9 +6,13 @@
 // The keys are read from the sources' lookup calls and recorded while the library describes a
 // broad set of rules, so the list follows the code. Exit status: 0 when every table passes, 1 when
 // any check fails, 2 on a usage error.
+#include <unistd.h>
+
+#include <filesystem>
 #include <iostream>
 #include <string>
 
+#include "norvik/platform/environment.h"
 #include "strings_check.h"
 
 int main(int argc, char** argv) {
@@ -32,8 +36,18 @@ int main(int argc, char** argv) {
     std::cerr << "strings_check: --bundle DIR is required\n";
     return 2;
   }
+  // The library runs in a container of its own: the check never touches the user's settings.
+  namespace fs = std::filesystem;
+  const fs::path container =
+      fs::temp_directory_path() / ("strings_check-main-" + std::to_string(::getpid()));
+  std::error_code ignored;
+  fs::create_directories(container, ignored);
+  norvik::platform::modifyEnvironment([&](norvik::platform::Environment& env) {
+    env.appGroupContainerDirectory = container.string();
+  });
   using namespace norvik::strings_check;
   KeySet keys = recordLibraryKeys();
+  fs::remove_all(container, ignored);
   if (!sources.empty()) keys.merge(scanSourceKeys(sources));
   if (listKeys) {
     for (const auto& [table, key] : keys) std::cout << table << "\t" << key << "\n";

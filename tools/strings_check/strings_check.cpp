@@ -331,12 +331,14 @@ KeySet recordLibraryKeys() {
       fs::temp_directory_path() / ("strings_check-" + std::to_string(::getpid()));
   std::error_code ignored;
   fs::create_directories(container, ignored);
+  // Start the language layer in the environment in force, so that its process-wide observer
+  // stays on the real container rather than the temporary one.
+  BundleEx::installOnMainBundle();
   const platform::Environment previous = *platform::currentEnvironment();
   platform::modifyEnvironment([&](platform::Environment& env) {
     env.appGroupContainerDirectory = container.string();
     env.preferredLanguages = {"en"};
   });
-  BundleEx::installOnMainBundle();
   const detail::MainBundleLookup previousLookup = detail::mainBundleLookup();
   detail::setMainBundleLookup(&recordLookup);
   recorded().clear();
