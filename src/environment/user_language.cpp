@@ -61,6 +61,7 @@ void attachLanguage(std::optional<std::string> code) {
   state.code = std::move(code);
   state.resolvedFor.reset();
   state.bundle.reset();
+  lookupLanguageChanged();
 }
 
 std::shared_ptr<Bundle> attachedBundle(std::shared_ptr<Bundle> main) {
@@ -100,9 +101,25 @@ std::string lookupThroughBundleEx(std::string_view key, std::string_view value,
   return BundleEx::localizedStringForKey(key, value, table);
 }
 
+// The folder code of the attached language, else the main bundle's choice, else "en".
+std::string languageOfLookups() {
+  BundleEx::installOnMainBundle();
+  const auto main = Bundle::main();
+  if (attachedBundle(main)) {
+    auto& state = attached();
+    std::lock_guard lock(state.mutex);
+    if (state.code) return *state.code;
+  }
+  const auto preferred = main->preferredLocalizations();
+  return preferred.empty() ? std::string("en") : preferred.front();
+}
+
 // Routes the platform's localized lookups through BundleEx as soon as the library is loaded.
 struct LookupInstaller {
-  LookupInstaller() { setMainBundleLookup(&lookupThroughBundleEx); }
+  LookupInstaller() {
+    setMainBundleLookup(&lookupThroughBundleEx);
+    setMainBundleLanguage(&languageOfLookups);
+  }
 } lookupInstaller;
 
 std::optional<std::string> ownBundleIdentifier() {

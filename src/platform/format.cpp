@@ -5,13 +5,7 @@
 #include <cstring>
 #include <limits>
 
-namespace norvik::detail {
-
-struct FormatArgumentAccess {
-  static const auto& storage(const platform::FormatArgument& a) noexcept { return a.storage_; }
-};
-
-}  // namespace norvik::detail
+#include "platform/format_access.h"
 
 namespace norvik::platform {
 namespace {

@@ -13,4 +13,17 @@ using MainBundleLookup = std::string (*)(std::string_view key, std::string_view 
 // bundle's own lookup). Installed once while the library loads.
 void setMainBundleLookup(MainBundleLookup lookup) noexcept;
 
+// The lookup installed now (null: the main bundle's own).
+MainBundleLookup mainBundleLookup() noexcept;
+
+using MainBundleLanguage = std::string (*)();
+
+// Names the localization whose tables `lookup` answers from, for platform::lookupLanguage() (null:
+// the main bundle's own choice). Installed together with the lookup.
+void setMainBundleLanguage(MainBundleLanguage language) noexcept;
+
+// Tells the platform that the installed language hook may now answer differently (the user chose
+// another language); lookups ask it again. Environment changes are noticed without it.
+void lookupLanguageChanged() noexcept;
+
 }  // namespace norvik::detail

@@ -223,7 +223,8 @@ std::string describeLunarRule(const SVRecurrenceRulePtr& rule, Date date,
                                    : yearlyDayText(*rule, type, date, calendar);
   // Every branch yields a text, possibly empty; an empty one keeps its parentheses.
   const std::string title = lookUp(monthly ? titles.monthly : titles.yearly);
-  const std::string detail = platform::formatWithFallback(lookUpSpecial(" (%@)"), " (%@)", text);
+  const std::string detail =
+      platform::formatLocalized(" (%@)", kNVSpecialStringTable, lookUpSpecial(" (%@)"), text);
   return platform::format("%@%@", title, detail);
 }
 

@@ -31,7 +31,6 @@ namespace norvik {
 namespace {
 
 using platform::Date;
-using platform::formatWithFallback;
 
 constexpr std::array<std::string_view, 31> kDayOrdinals = {
     "1st",  "2nd",  "3rd",  "4th",  "5th",  "6th",  "7th",  "8th",  "9th",  "10th", "11th",
@@ -98,15 +97,16 @@ std::string lookUpSpecial(std::string_view key) {
   return cachedLookUp(key, kNVSpecialStringTable);
 }
 
-// Looks up `key` and formats the translation with the arguments; a translation whose specifiers
-// disagree with the arguments falls back to the English key.
+// Looks up `key` and formats the translation with the arguments, taking the plural variant of the
+// count where the table has one; a translation whose specifiers disagree with the arguments falls
+// back to the English key.
 template <class... A>
 std::string lookUpFormat(std::string_view key, const A&... args) {
-  return formatWithFallback(lookUp(key), key, args...);
+  return platform::formatLocalized(key, {}, lookUp(key), args...);
 }
 template <class... A>
 std::string lookUpSpecialFormat(std::string_view key, const A&... args) {
-  return formatWithFallback(lookUpSpecial(key), key, args...);
+  return platform::formatLocalized(key, kNVSpecialStringTable, lookUpSpecial(key), args...);
 }
 
 // Weekday names and month-and-day formatters of one interface locale, built once per locale.

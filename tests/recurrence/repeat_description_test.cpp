@@ -263,7 +263,7 @@ TEST_F(RepeatDescriptionTest, FollowsTheInterfaceLanguage) {
   });
   EXPECT_EQ(describe("FREQ=WEEKLY;BYDAY=MO,FR"), "每周的周一, 周五");
   EXPECT_EQ(describe("FREQ=MONTHLY;BYMONTHDAY=15"), "每月（第15天）");
-  EXPECT_EQ(describe("FREQ=YEARLY;BYMONTHDAY=5;BYMONTH=3"), "每年的3月5日");
+  EXPECT_EQ(describe("FREQ=YEARLY;BYMONTHDAY=5;BYMONTH=3"), "每年3月5日");
 }
 
 }  // namespace

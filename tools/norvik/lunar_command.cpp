@@ -180,7 +180,8 @@ int runMonth(const GlobalOptions& options, const std::string& text) {
     return colour ? std::string("\033[") + code + "m" + s + "\033[0m" : s;
   };
   constexpr int kCell = 10;
-  platform::DateFormatter formatter;
+  // The title and weekday names in the interface language, which the shared formatter follows.
+  platform::DateFormatter formatter("", platform::DateFormatter::shared().locale());
   formatter.setLocalizedDateFormatFromTemplate("yMMMM");
   std::ostringstream out;
   const platform::Date middle = noonOf(GregorianDate{year, month, 15});

@@ -6,8 +6,14 @@
 // layer installs that rule when the library is loaded): the chosen language's table, else the
 // system's choice of localization, else English.
 
+#include <cstdint>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "norvik/platform/format.h"
 
 namespace norvik {
 
@@ -26,5 +32,48 @@ std::string localizedString(std::string_view key, std::string_view value = {},
 
 // The same in the table "Special".
 std::string specialLocalizedString(std::string_view key);
+
+// Separator between a key and the plural category of one of its variants in a table:
+// "Every %d days##few" is the text of "Every %d days" for counts of the category "few".
+inline constexpr std::string_view kPluralVariantSeparator = "##";
+
+// The language code of the localization that answers localizedString() now: the interface language
+// the user chose when its folder exists, else the main bundle's choice for the system languages,
+// else "en".
+std::string lookupLanguage();
+
+// The CLDR plural category ("zero", "one", "two", "few", "many" or "other") of `count` in
+// `language` (a folder code such as "ru" or "pt-BR"), by ICU's rules; "other" for a code ICU does
+// not know. The rules of each language are built once.
+std::string pluralCategory(std::string_view language, std::int64_t count);
+
+// The plural categories ICU's rules have for `language`, in ICU's order; {"other"} for a code ICU
+// does not know.
+std::vector<std::string> pluralCategories(std::string_view language);
+
+// Whether text in `language` runs right to left (ar, fa, ur, he, ...); false for an unknown code.
+bool isRightToLeftLanguage(std::string_view language);
+
+// The variant "<key>##<category of count>" of `key` in `table` of the lookup language, when that
+// language's own table holds one (no fallback to another language); std::nullopt otherwise.
+std::optional<std::string> localizedPluralVariant(std::string_view key, std::int64_t count,
+                                                  std::string_view table = {});
+
+// Formats `text`, the looked-up translation of `key` in `table`, with `args`. When the first
+// argument is an integer and the lookup language's table holds a plural variant of `key` for it,
+// the variant is formatted instead. A translation that cannot format the arguments falls back to
+// the key (see formatWithFallback). In a right-to-left lookup language, text arguments that hold
+// left-to-right letters are wrapped in U+2068 FIRST STRONG ISOLATE ... U+2069 POP DIRECTIONAL
+// ISOLATE so that they keep their own order; left-to-right languages get no direction marks.
+std::string formatLocalized(std::string_view key, std::string_view table, std::string_view text,
+                            std::span<const FormatArgument> args);
+
+template <class... A>
+requires(std::constructible_from<FormatArgument, const A&>&&...) std::string
+    formatLocalized(std::string_view key, std::string_view table, std::string_view text,
+                    const A&... args) {
+  const std::array<FormatArgument, sizeof...(A)> list{FormatArgument(args)...};
+  return formatLocalized(key, table, text, std::span<const FormatArgument>(list));
+}
 
 }  // namespace norvik::platform
