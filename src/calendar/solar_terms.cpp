@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
+#include <cmath>
 #include <filesystem>
 
 #include "calendar/calendar_days.h"
@@ -49,9 +51,11 @@ void NVSolarTermsManager::buildIndex() {
     for (const auto& [dayKey, name] : *yearValue.dictionary()) {
       const std::optional<GregorianDate> day = parseDayText(dayKey);
       if (!day || day->year != year->year || !name.string()) continue;
-      index_.emplace(civilDayFromGregorian(day->year, day->month, day->day), *name.string());
+      index_.emplace_back(civilDayFromGregorian(day->year, day->month, day->day), *name.string());
     }
   }
+  std::sort(index_.begin(), index_.end(),
+            [](const DayTerm& a, const DayTerm& b) { return a.first < b.first; });
 }
 
 std::optional<std::string> NVSolarTermsManager::libraryBundlePath() {
@@ -100,10 +104,12 @@ void NVSolarTermsManager::setYearToSolarTerms(std::optional<platform::Dictionary
 std::optional<std::string> NVSolarTermsManager::solarTermByDate(
     platform::Date date, const std::optional<platform::Calendar>& calendar) const {
   if (!table_) return std::nullopt;
-  const platform::Calendar cal = calendar ? *calendar : platform::Calendar::autoupdatingCurrent();
-  const std::optional<detail::CalendarDay> day = detail::calendarDay(cal, date);
-  if (!day) return std::nullopt;
-  return solarTermOfDay(day->year, day->month, day->day);
+  if (!std::isfinite(date.timeIntervalSince1970())) return std::nullopt;
+  // The Gregorian civil day in the calendar's zone, not the calendar's own (Persian, Hebrew...)
+  // year, month and day.
+  const platform::TimeZone zone =
+      calendar ? calendar->timeZone() : platform::Calendar::autoupdatingCurrent().timeZone();
+  return solarTermOfCivilDay(detail::civilDayInZone(zone, date));
 }
 
 std::optional<std::string> NVSolarTermsManager::solarTermOfDay(int year, int month, int day) const {
@@ -116,9 +122,19 @@ std::optional<std::string> NVSolarTermsManager::solarTermOfDay(int year, int mon
 
 std::optional<std::string> NVSolarTermsManager::solarTermOfCivilDay(CivilDay day) const {
   if (!table_) return std::nullopt;
-  auto it = index_.find(day);
-  if (it == index_.end()) return std::nullopt;
-  return it->second;
+  const std::span<const DayTerm> found = solarTermsBetween(day, day);
+  if (found.empty()) return std::nullopt;
+  return found.front().second;
+}
+
+std::span<const NVSolarTermsManager::DayTerm> NVSolarTermsManager::solarTermsBetween(
+    CivilDay first, CivilDay last) const {
+  const auto begin =
+      std::lower_bound(index_.begin(), index_.end(), first,
+                       [](const DayTerm& term, CivilDay day) { return term.first < day; });
+  auto end = begin;
+  while (end != index_.end() && end->first <= last) ++end;
+  return {begin, end};
 }
 
 }  // namespace norvik
