@@ -62,12 +62,13 @@ std::optional<LunarDate> lunarOfDay(std::optional<CivilDay> day) {
   return lunar;
 }
 
-// Name lists indexed by a month 1..12 or a day 1..30, which lunarOfDay guarantees.
+// Name lists indexed by a month 1..12 or a day 1..30, which lunarOfDay and the grid's check
+// guarantee.
 std::string_view monthName(int month) {
-  return kMonthNames.at(static_cast<std::size_t>(month - 1));
+  return kMonthNames[static_cast<std::size_t>(month - 1)];
 }
 std::string_view dayName(int day) {
-  return kDayNames.at(static_cast<std::size_t>(day - 1));
+  return kDayNames[static_cast<std::size_t>(day - 1)];
 }
 
 int daysInGregorianMonth(int year, int month) {
@@ -76,25 +77,24 @@ int daysInGregorianMonth(int year, int month) {
   return month == 2 && leap ? 29 : kDays[static_cast<std::size_t>(month - 1)];
 }
 
-// The lunar festival of a day, given its lunar date and the next day's.
-// The lunar festival of a lunar month and day, 除夕 aside (that one depends on the next day).
+// The lunar festivals by lunar month and day, 除夕 aside (that one depends on the next day).
+constexpr std::array<std::array<std::string_view, 31>, 13> kLunarFestivals = [] {
+  std::array<std::array<std::string_view, 31>, 13> table{};
+  table[1][15] = "元宵";
+  table[1][1] = "春节";
+  table[5][5] = "端午节";
+  table[7][15] = "中元节";
+  table[7][7] = "七夕";
+  table[8][15] = "中秋节";
+  table[9][9] = "重阳节";
+  table[12][23] = "北方小年";
+  table[12][24] = "南方小年";
+  return table;
+}();
+
+// The lunar festival of a lunar month 1..12 and day 1..30 (empty for none).
 std::string_view lunarFestivalText(int m, int d) {
-  switch (m) {
-    case 1:
-      return d == 15 ? "元宵" : d == 1 ? "春节" : std::string_view();
-    case 5:
-      return d == 5 ? "端午节" : std::string_view();
-    case 7:
-      return d == 15 ? "中元节" : d == 7 ? "七夕" : std::string_view();
-    case 8:
-      return d == 15 ? "中秋节" : std::string_view();
-    case 9:
-      return d == 9 ? "重阳节" : std::string_view();
-    case 12:
-      return d == 23 ? "北方小年" : d == 24 ? "南方小年" : std::string_view();
-    default:
-      return {};
-  }
+  return kLunarFestivals[static_cast<std::size_t>(m)][static_cast<std::size_t>(d)];
 }
 
 // The lunar festival of a day, given its lunar date and the next day's.

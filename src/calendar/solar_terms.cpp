@@ -44,6 +44,7 @@ std::optional<GregorianDate> parseDayText(std::string_view text) {
 
 void NVSolarTermsManager::buildIndex() {
   index_.clear();
+  days_.clear();
   if (!table_) return;
   for (const auto& [yearKey, yearValue] : *table_) {
     const std::optional<GregorianDate> year = parseDayText(yearKey);
@@ -56,6 +57,8 @@ void NVSolarTermsManager::buildIndex() {
   }
   std::sort(index_.begin(), index_.end(),
             [](const DayTerm& a, const DayTerm& b) { return a.first < b.first; });
+  days_.clear();
+  for (const DayTerm& term : index_) days_.push_back(term.first);
 }
 
 std::optional<std::string> NVSolarTermsManager::libraryBundlePath() {
@@ -129,12 +132,17 @@ std::optional<std::string> NVSolarTermsManager::solarTermOfCivilDay(CivilDay day
 
 std::span<const NVSolarTermsManager::DayTerm> NVSolarTermsManager::solarTermsBetween(
     CivilDay first, CivilDay last) const {
-  const auto begin =
-      std::lower_bound(index_.begin(), index_.end(), first,
-                       [](const DayTerm& term, CivilDay day) { return term.first < day; });
+  if (days_.empty() || last < first) return {};
+  // Terms come about every 15.2 days: guess the position from the day, then step to it.
+  const CivilDay span = std::max<CivilDay>(1, days_.back() - days_.front());
+  const CivilDay guess = (first - days_.front()) * static_cast<CivilDay>(days_.size() - 1) / span;
+  auto begin = days_.begin() + std::clamp<CivilDay>(guess, 0, static_cast<CivilDay>(days_.size()));
+  while (begin != days_.begin() && *(begin - 1) >= first) --begin;
+  while (begin != days_.end() && *begin < first) ++begin;
   auto end = begin;
-  while (end != index_.end() && end->first <= last) ++end;
-  return {begin, end};
+  while (end != days_.end() && *end <= last) ++end;
+  const auto offset = static_cast<std::size_t>(begin - days_.begin());
+  return {index_.data() + offset, static_cast<std::size_t>(end - begin)};
 }
 
 }  // namespace norvik

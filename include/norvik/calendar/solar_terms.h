@@ -59,6 +59,7 @@ class NVSolarTermsManager {
   // The table's string entries sorted by civil day, for those whose keys are the canonical texts
   // of 1 January of a year and of a day in that year (the only keys a lookup can form).
   std::vector<DayTerm> index_;
+  std::vector<CivilDay> days_;  // index_'s days alone, for a compact search
 };
 
 }  // namespace norvik
