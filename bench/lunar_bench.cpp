@@ -1,5 +1,7 @@
 // The table converter and the lunar texts of a month grid against the same work done through
-// ICU's Chinese calendar.
+// ICU's Chinese calendar. BM_MonthGrid (the whole grid at once) against BM_MonthGridTextsICU is
+// the ratio a month view gains; run with --benchmark_repetitions=5
+// --benchmark_report_aggregates_only=true and compare the medians of one run.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -103,6 +105,21 @@ void BM_MonthGridTexts(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * 42);
 }
 BENCHMARK(BM_MonthGridTexts);
+
+// The same 42 cells (days, texts and festivals) from lunarMonthGrid(): one table read and a walk.
+void BM_MonthGrid(benchmark::State& state) {
+  useShanghai();
+  NVSolarTermsManager::sharedManager();
+  std::int64_t i = 0;
+  for (auto _ : state) {
+    const int year = 1950 + static_cast<int>(i % 1800) / 12;
+    const int month = static_cast<int>(i % 12) + 1;
+    ++i;
+    benchmark::DoNotOptimize(lunarMonthGrid(year, month, 1, true, true));
+  }
+  state.SetItemsProcessed(state.iterations() * kLunarGridCellCount);
+}
+BENCHMARK(BM_MonthGrid);
 
 // The same texts computed the way a platform implementation does them: lunar numbers from ICU's
 // Chinese calendar, Gregorian fields from ICU's Gregorian calendar, and the solar-term keys made

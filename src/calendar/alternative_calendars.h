@@ -42,7 +42,9 @@ std::unique_ptr<AlternativeCalendar> makeEngineCalendar(std::string_view identif
                                                         const LunisolarCalendar& engine);
 
 // The months of a lunar year in packLunarYear()'s form, decoded: the civil day of month 1 and
-// the months with their lengths. `valid` is false for an entry that cannot be a year.
+// the months with their lengths. `valid` is false for an entry that cannot be a year. The one
+// reader of the packed tables (Chinese, Vietnamese, Korean), for the calendars' conversions and
+// for chineseLunarDateOfCivilDay() alike.
 struct PackedLunarYear {
   CivilDay newYear = 0;
   int leapMonth = 0;  // 0: none
@@ -50,6 +52,15 @@ struct PackedLunarYear {
   uint16_t thirtyDayMonths = 0;  // bit i: month position i has 30 days
   int length = 0;
   bool valid = false;
+
+  // Position 0..monthCount-1 in the year: its length, and its month number and leap flag (the
+  // leap month follows its namesake: leap 4 sits at position 4).
+  int monthLength(int position) const { return ((thirtyDayMonths >> position) & 1u) ? 30 : 29; }
+  CalendarMonth monthAt(int position) const {
+    if (leapMonth == 0 || position < leapMonth) return CalendarMonth{position + 1, false};
+    if (position == leapMonth) return CalendarMonth{leapMonth, true};
+    return CalendarMonth{position, false};
+  }
 };
 PackedLunarYear decodeLunarYear(uint32_t entry, int year);
 
@@ -92,25 +103,18 @@ std::string generateUmmAlQuraTableSource(std::vector<std::string>* problems);
 // Nowruz (1 Farvardin) of Persian year `year`:
 // - by the 33-year arithmetic rule (leap when (25 y + 11) mod 33 < 8);
 CivilDay persianArithmeticNewYear(int year);
-// - by the astronomical rule of the Iranian calendar: the day in Iran on which the March equinox
-//   falls before apparent noon at Tehran's meridian, else the next day (computed: ~100 µs);
-CivilDay persianAstronomicalNewYear(int year);
 // - as the library reckons it: the arithmetic rule, corrected by a committed list for the years
 //   1278..1480 AP (Gregorian 1899..2101) in which the astronomical rule decidedly differs (the
 //   equinox at least kPersianDecisionMarginSeconds away from noon; no astronomy at run time).
 inline constexpr int kPersianAstronomicalFirstYear = 1278;
 inline constexpr int kPersianAstronomicalLastYear = 1480;
 CivilDay persianNewYear(int year);
-// Seconds from apparent noon at Tehran to the March equinox of year `year` (negative: before).
-double persianEquinoxFromNoonSeconds(int year);
 // Closer to noon than this, the sun model (about 24 s) and ΔT (tens of seconds by 2050, minutes
 // by 2100) cannot tell the day: the arithmetic rule stands.
 inline constexpr double kPersianDecisionMarginSeconds = 120.0;
 // The committed years where the astronomical rule moves Nowruz away from the arithmetic one:
 // (year, days astronomical minus arithmetic).
 std::vector<std::pair<int, int>> persianNewYearShifts();
-// The equation of time (apparent minus mean solar time) in minutes at JDE.
-double equationOfTimeMinutes(double jde);
 
 // Whether Hebrew year `year` (AM) has thirteen months: 7 years of every 19.
 bool isHebrewLeapYear(int year);

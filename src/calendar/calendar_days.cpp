@@ -53,14 +53,9 @@ CivilDay civilDayInZone(const platform::TimeZone& zone, platform::Date at) {
 
 std::optional<CalendarDay> calendarDay(const platform::Calendar& calendar, platform::Date at) {
   if (!std::isfinite(at.timeIntervalSince1970())) return std::nullopt;
-  if (calendar.identifier() == platform::CalendarIdentifier::gregorian) {
-    const CivilDay day = civilDayInZone(calendar.timeZone(), at);
-    const GregorianDate g = gregorianFromCivilDay(day);
-    return CalendarDay{g.year, g.month, g.day, weekdayOfCivilDay(day)};
-  }
-  const platform::DateComponents c = calendar.components(at);
-  if (!c.year || !c.month || !c.day || !c.weekday) return std::nullopt;
-  return CalendarDay{*c.year, *c.month, *c.day, *c.weekday};
+  const CivilDay day = civilDayInZone(calendar.timeZone(), at);
+  const GregorianDate g = gregorianFromCivilDay(day);
+  return CalendarDay{g.year, g.month, g.day, weekdayOfCivilDay(day)};
 }
 
 }  // namespace norvik::detail

@@ -1,7 +1,7 @@
 #pragma once
-// Calendar days of instants without a round trip through ICU for Gregorian calendars: the zone's
-// offset is remembered per thread for the span in which it does not change, and the day, month,
-// year and weekday follow by arithmetic. Other calendars go through Calendar::components().
+// Calendar days of instants without a round trip through ICU: the zone's offset is remembered per
+// thread for the span in which it does not change, and the Gregorian day, month, year and weekday
+// follow by arithmetic.
 #include <optional>
 
 #include "norvik/calendar/lunisolar.h"
@@ -21,8 +21,9 @@ struct CalendarDay {
 int cachedSecondsFromGMT(const platform::TimeZone& zone, platform::Date at);
 // The civil day number of the instant in the zone.
 CivilDay civilDayInZone(const platform::TimeZone& zone, platform::Date at);
-// Year, month, day and weekday of the instant in the calendar; std::nullopt when the calendar
-// cannot tell (a non-finite instant).
+// The Gregorian (civil) year, month, day and weekday of the instant in the calendar's time zone,
+// whatever the calendar's own type (a Persian, Buddhist or Hebrew calendar gives the same day as a
+// Gregorian one in its zone); std::nullopt for a non-finite instant.
 std::optional<CalendarDay> calendarDay(const platform::Calendar& calendar, platform::Date at);
 // 1 = Sunday .. 7 = Saturday.
 inline int weekdayOfCivilDay(CivilDay day) {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 
 #include "calendar/calendar_days.h"
@@ -35,32 +36,18 @@ int floorMod(int a, int n) {
   return r < 0 ? r + n : r;
 }
 
-// The civil day whose lunar date the texts show (see the header's re-anchoring).
+// The civil day whose lunar date the texts show (see the header's re-anchoring). The day the date
+// names in the given calendar is its Gregorian civil day in that calendar's zone, whatever the
+// calendar's type: every calendar ICU offers changes its day at local midnight.
 std::optional<CivilDay> displayDay(platform::Date date,
                                    const std::optional<platform::Calendar>& calendar) {
   if (!std::isfinite(date.timeIntervalSince1970())) return std::nullopt;
   const platform::TimeZone current = platform::TimeZone::current();
   if (calendar) {
+    const platform::TimeZone zone = calendar->timeZone();
     const platform::Date now = platform::Date::now();
-    if (detail::cachedSecondsFromGMT(calendar->timeZone(), now) !=
-        detail::cachedSecondsFromGMT(current, now)) {
-      const platform::Calendar currentCalendar = platform::Calendar::autoupdatingCurrent();
-      if (calendar->identifier() == platform::CalendarIdentifier::gregorian &&
-          currentCalendar.identifier() == platform::CalendarIdentifier::gregorian) {
-        if (auto day = detail::calendarDay(*calendar, date)) {
-          return civilDayFromGregorian(day->year, day->month, day->day);
-        }
-      } else {
-        // The current calendar's fields with the given calendar's day, built back.
-        platform::DateComponents fields = currentCalendar.components(date);
-        const platform::DateComponents given = calendar->components(date);
-        fields.era = given.era;
-        fields.year = given.year;
-        fields.month = given.month;
-        fields.day = given.day;
-        fields.weekday = given.weekday;
-        if (auto moved = currentCalendar.dateFromComponents(fields)) date = *moved;
-      }
+    if (detail::cachedSecondsFromGMT(zone, now) != detail::cachedSecondsFromGMT(current, now)) {
+      return detail::civilDayInZone(zone, date);
     }
   }
   return detail::civilDayInZone(current, date);
@@ -75,31 +62,47 @@ std::optional<LunarDate> lunarOfDay(std::optional<CivilDay> day) {
   return lunar;
 }
 
-// Name lists indexed by a month 1..12 or a day 1..30, which lunarOfDay guarantees.
+// Name lists indexed by a month 1..12 or a day 1..30, which lunarOfDay and the grid's check
+// guarantee.
 std::string_view monthName(int month) {
-  return kMonthNames.at(static_cast<std::size_t>(month - 1));
+  return kMonthNames[static_cast<std::size_t>(month - 1)];
 }
 std::string_view dayName(int day) {
-  return kDayNames.at(static_cast<std::size_t>(day - 1));
+  return kDayNames[static_cast<std::size_t>(day - 1)];
 }
 
-std::optional<std::string> lunarFestivalOfDay(CivilDay day) {
-  const std::optional<LunarDate> next = lunarOfDay(day + 1);
+int daysInGregorianMonth(int year, int month) {
+  static constexpr std::array<int, 12> kDays = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+  return month == 2 && leap ? 29 : kDays[static_cast<std::size_t>(month - 1)];
+}
+
+// The lunar festivals by lunar month and day, 除夕 aside (that one depends on the next day).
+constexpr std::array<std::array<std::string_view, 31>, 13> kLunarFestivals = [] {
+  std::array<std::array<std::string_view, 31>, 13> table{};
+  table[1][15] = "元宵";
+  table[1][1] = "春节";
+  table[5][5] = "端午节";
+  table[7][15] = "中元节";
+  table[7][7] = "七夕";
+  table[8][15] = "中秋节";
+  table[9][9] = "重阳节";
+  table[12][23] = "北方小年";
+  table[12][24] = "南方小年";
+  return table;
+}();
+
+// The lunar festival of a lunar month 1..12 and day 1..30 (empty for none).
+std::string_view lunarFestivalText(int m, int d) {
+  return kLunarFestivals[static_cast<std::size_t>(m)][static_cast<std::size_t>(d)];
+}
+
+// The lunar festival of a day, given its lunar date and the next day's.
+std::string_view lunarFestivalText(const std::optional<LunarDate>& lunar,
+                                   const std::optional<LunarDate>& next) {
   if (next && next->month == 1 && next->day == 1) return "除夕";
-  const std::optional<LunarDate> lunar = lunarOfDay(day);
-  if (!lunar) return std::nullopt;
-  const int m = lunar->month;
-  const int d = lunar->day;
-  if (m == 1 && d == 15) return "元宵";
-  if (m == 1 && d == 1) return "春节";
-  if (m == 5 && d == 5) return "端午节";
-  if (m == 7 && d == 15) return "中元节";
-  if (m == 7 && d == 7) return "七夕";
-  if (m == 8 && d == 15) return "中秋节";
-  if (m == 9 && d == 9) return "重阳节";
-  if (m == 12 && d == 23) return "北方小年";
-  if (m == 12 && d == 24) return "南方小年";
-  return std::nullopt;
+  if (!lunar) return {};
+  return lunarFestivalText(lunar->month, lunar->day);
 }
 
 // The n-th target weekday of the month by the week rule (see the header).
@@ -108,6 +111,80 @@ bool weekRule(int day, int weekday, int target, int n) {
   const int o = floorMod(target - firstWeekday + 7, 7);
   if (o == 0) return day >= 7 * (n - 1) + 1 && day <= 7 * n;
   return day >= 8 - o && day >= 7 * n + 1 - o && day <= 7 * n + 7 - o;
+}
+
+// The solar term the shared table has on a civil day; empty for none.
+std::string_view solarTermText(CivilDay day) {
+  const auto terms = NVSolarTermsManager::sharedManager().solarTermsBetween(day, day);
+  return terms.empty() ? std::string_view() : std::string_view(terms.front().second);
+}
+
+// The Gregorian days with a festival of their own, by month and day: a fixed text, a text unless
+// the day has a lunar festival (14 February, 10 September), or the days (3-6 April) on which the
+// solar term (Qingming) is shown.
+enum class FixedKind : std::uint8_t { none, text, unlessLunar, solarTerm };
+struct FixedFestival {
+  FixedKind kind = FixedKind::none;
+  std::string_view text;
+};
+constexpr std::array<std::array<FixedFestival, 32>, 13> kFixedFestivals = [] {
+  std::array<std::array<FixedFestival, 32>, 13> table{};
+  auto set = [&](int m, int d, FixedKind kind, std::string_view text) {
+    table[static_cast<std::size_t>(m)][static_cast<std::size_t>(d)] = FixedFestival{kind, text};
+  };
+  set(1, 1, FixedKind::text, "元旦");
+  set(2, 14, FixedKind::unlessLunar, "情人节");
+  set(3, 8, FixedKind::text, "妇女节");
+  set(4, 1, FixedKind::text, "愚人节");
+  set(5, 1, FixedKind::text, "劳动节");
+  set(6, 1, FixedKind::text, "儿童节");
+  set(7, 1, FixedKind::text, "建党节");
+  set(8, 1, FixedKind::text, "建军节");
+  set(9, 10, FixedKind::unlessLunar, "教师节");
+  set(10, 1, FixedKind::text, "国庆节");
+  set(10, 31, FixedKind::text, "万圣夜");
+  set(12, 24, FixedKind::text, "平安夜");
+  set(12, 25, FixedKind::text, "圣诞节");
+  for (int d = 3; d <= 6; ++d) set(4, d, FixedKind::solarTerm, {});
+  return table;
+}();
+
+// The Chinese-mode festival text of a Gregorian day with its weekday, in the order of the rules:
+// the fixed dates, Mother's Day, Father's Day and Thanksgiving by the week rule, the solar term of
+// 3-6 April, then the lunar festival. `term()` gives the day's solar term and `lunarFestival()` its
+// lunar festival, each asked only when the rules need it.
+template <typename Term, typename LunarFestival>
+std::string_view chineseFestivalText(const GregorianDate& g, int w, const Term& term,
+                                     const LunarFestival& lunarFestival) {
+  const int m = g.month;
+  const int d = g.day;
+  const FixedFestival& fixed =
+      kFixedFestivals[static_cast<std::size_t>(m)][static_cast<std::size_t>(d)];
+  if (fixed.kind == FixedKind::text) return fixed.text;
+  if (fixed.kind == FixedKind::unlessLunar) {
+    const std::string_view lunar = lunarFestival();
+    return lunar.empty() ? fixed.text : lunar;
+  }
+  if (w == 1 && m == 5 && weekRule(d, w, 1, 2)) return "母亲节";
+  if (w == 1 && m == 6 && weekRule(d, w, 1, 3)) return "父亲节";
+  if (w == 5 && m == 11 && weekRule(d, w, 5, 4)) return "感恩节";
+  if (fixed.kind == FixedKind::solarTerm) {
+    const std::string_view name = term();
+    if (!name.empty()) return name;
+  }
+  return lunarFestival();
+}
+
+// The day-cell text of a lunar date; `term()` gives the day's solar term.
+template <typename Term>
+std::string_view dayCellText(const LunarDate& lunar, bool solarTerm,
+                             bool monthFirstDayShowMonthString, const Term& term) {
+  if (lunar.day == 1 && monthFirstDayShowMonthString) return monthName(lunar.month);
+  if (solarTerm) {
+    const std::string_view name = term();
+    if (!name.empty()) return name;
+  }
+  return dayName(lunar.day);
 }
 
 // The lunar year number in Chinese digits: the last digit is prepended while the rest is above
@@ -190,20 +267,17 @@ std::string dayStringInLunarCalendar(platform::Date date,
   const std::optional<CivilDay> day = displayDay(date, calendar);
   const std::optional<LunarDate> lunar = lunarOfDay(day);
   if (!lunar) return {};
-  if (lunar->day == 1 && monthFirstDayShowMonthString) return std::string(monthName(lunar->month));
-  if (solarTerm) {
-    std::optional<std::string> term =
-        NVSolarTermsManager::sharedManager().solarTermOfCivilDay(*day);
-    if (term && !term->empty()) return *term;
-  }
-  return std::string(dayName(lunar->day));
+  return std::string(dayCellText(*lunar, solarTerm, monthFirstDayShowMonthString,
+                                 [&] { return solarTermText(*day); }));
 }
 
 std::optional<std::string> festivalInLunarCalendar(
     platform::Date date, const std::optional<platform::Calendar>& calendar) {
   const std::optional<CivilDay> day = displayDay(date, calendar);
   if (!day) return std::nullopt;
-  return lunarFestivalOfDay(*day);
+  const std::string_view name = lunarFestivalText(lunarOfDay(day), lunarOfDay(*day + 1));
+  if (name.empty()) return std::nullopt;
+  return std::string(name);
 }
 
 std::string festivalOrLunarCalendar(platform::Date date, FestivalMode mode, int /*weekStart*/,
@@ -218,33 +292,68 @@ std::string festivalOrLunarCalendar(platform::Date date, FestivalMode mode, int 
     std::optional<std::string> name = holidayNameBlock(date, cal.timeZone());
     return name && !name->empty() ? *name : std::string();
   }
-  const int m = day->month;
-  const int d = day->day;
-  const int w = day->weekday;
+  const GregorianDate g{day->year, day->month, day->day};
+  const CivilDay civil = civilDayFromGregorian(g.year, g.month, g.day);
   // The autoupdating calendar has the current zone's offset: no re-anchoring to do.
-  auto lunarFestival = [&]() { return festivalInLunarCalendar(date, calendar); };
-  if (m == 1 && d == 1) return "元旦";
-  if (m == 2 && d == 14) return lunarFestival().value_or("情人节");
-  if (m == 3 && d == 8) return "妇女节";
-  if (m == 4 && d == 1) return "愚人节";
-  if (m == 5 && d == 1) return "劳动节";
-  if (m == 6 && d == 1) return "儿童节";
-  if (m == 7 && d == 1) return "建党节";
-  if (m == 8 && d == 1) return "建军节";
-  if (m == 9 && d == 10) return lunarFestival().value_or("教师节");
-  if (m == 10 && d == 1) return "国庆节";
-  if (m == 10 && d == 31) return "万圣夜";
-  if (m == 12 && d == 24) return "平安夜";
-  if (m == 12 && d == 25) return "圣诞节";
-  if (m == 5 && w == 1 && weekRule(d, w, 1, 2)) return "母亲节";
-  if (m == 6 && w == 1 && weekRule(d, w, 1, 3)) return "父亲节";
-  if (m == 11 && w == 5 && weekRule(d, w, 5, 4)) return "感恩节";
-  if (m == 4 && d >= 3 && d <= 6) {
-    std::optional<std::string> term =
-        NVSolarTermsManager::sharedManager().solarTermByDate(date, cal);
-    if (term && !term->empty()) return *term;
+  std::optional<std::string> lunar;
+  return std::string(chineseFestivalText(
+      g, day->weekday, [&] { return solarTermText(civil); },
+      [&] {
+        if (!lunar) lunar = festivalInLunarCalendar(date, calendar).value_or("");
+        return std::string_view(*lunar);
+      }));
+}
+
+LunarMonthGrid lunarMonthGrid(int year, int month, int firstWeekday, bool solarTerm,
+                              bool monthFirstDayShowMonthString) {
+  if (firstWeekday < 1 || firstWeekday > 7) firstWeekday = 1;
+  const CivilDay first = civilDayFromGregorian(year, month, 1);
+  const CivilDay start = first - floorMod(detail::weekdayOfCivilDay(first) - firstWeekday, 7);
+  // The lunar dates of the 42 days and the one after (for 除夕), walked through the table; a
+  // month 0 marks a day without one.
+  std::array<LunarDate, kLunarGridCellCount + 1> lunar;
+  chineseLunarDatesOfDays(start, lunar);
+  for (LunarDate& date : lunar) {
+    if (date.month < 1 || date.month > 12 || date.day < 1 || date.day > 30) date.month = 0;
   }
-  return lunarFestival().value_or("");
+  // The solar terms inside the grid, walked in day order beside the cells.
+  const std::span<const NVSolarTermsManager::DayTerm> terms =
+      NVSolarTermsManager::sharedManager().solarTermsBetween(start,
+                                                             start + kLunarGridCellCount - 1);
+  auto nextTerm = terms.begin();
+  GregorianDate g = gregorianFromCivilDay(start);
+  int weekday = detail::weekdayOfCivilDay(start);
+  int monthLength = daysInGregorianMonth(g.year, g.month);
+  LunarMonthGrid grid;
+  for (std::size_t k = 0; k < grid.size(); ++k) {
+    const CivilDay day = start + static_cast<CivilDay>(k);
+    std::string_view term;
+    if (nextTerm != terms.end() && nextTerm->first == day) term = (nextTerm++)->second;
+    auto termOfDay = [term] { return term; };
+    const LunarDate& lunarDay = lunar[k];
+    auto lunarFestival = [&] {
+      const LunarDate& next = lunar[k + 1];
+      if (next.month == 1 && next.day == 1) return std::string_view("除夕");
+      return lunarDay.month ? lunarFestivalText(lunarDay.month, lunarDay.day) : std::string_view();
+    };
+    LunarGridCell& cell = grid[k];
+    cell.day = day;
+    if (lunarDay.month) {
+      cell.dayText = dayCellText(lunarDay, solarTerm, monthFirstDayShowMonthString, termOfDay);
+    }
+    cell.festival = chineseFestivalText(g, weekday, termOfDay, lunarFestival);
+    // The next day's Gregorian date and weekday.
+    weekday = weekday == 7 ? 1 : weekday + 1;
+    if (++g.day > monthLength) {
+      g.day = 1;
+      if (++g.month > 12) {
+        g.month = 1;
+        ++g.year;
+      }
+      monthLength = daysInGregorianMonth(g.year, g.month);
+    }
+  }
+  return grid;
 }
 
 std::vector<std::string> years_lunar(platform::Date date, bool includeNumber, bool includeZodiac) {

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "calendar/alternative_calendars.h"
 #include "norvik/platform/calendar.h"
 #include "norvik/platform/locale.h"
 #include "norvik/platform/time_zone.h"
@@ -92,11 +93,22 @@ LunisolarCalendar::LunisolarCalendar(int utcOffsetSeconds, int earlierOffsetSeco
                                      platform::Date offsetChange)
     : offset_(utcOffsetSeconds), earlierOffset_(earlierOffsetSeconds), change_(offsetChange) {}
 
+std::span<const PublishedMonthStart> chinesePublishedMonthStarts() {
+  // Checked against the published table of 1901..2099 for every month before 1929 (the test
+  // LunisolarHistory.PublishedMonthsBefore1929): this is the one month where they part.
+  static const std::array<PublishedMonthStart, 1> kMoves = {{
+      {civilDayFromGregorian(1906, 4, 23), civilDayFromGregorian(1906, 4, 24)},
+  }};
+  return kMoves;
+}
+
 LunisolarCalendar LunisolarCalendar::chinese() {
   // 1929-01-01 00:00 at UTC+8.
-  return LunisolarCalendar(
+  LunisolarCalendar calendar(
       28800, 27940,
       platform::Date(static_cast<double>(civilDayFromGregorian(1929, 1, 1)) * 86400.0 - 28800.0));
+  calendar.published_ = chinesePublishedMonthStarts();
+  return calendar;
 }
 
 LunisolarCalendar LunisolarCalendar::vietnamese() {
@@ -113,7 +125,12 @@ CivilDay LunisolarCalendar::dayOf(platform::Date instant) const {
 }
 
 CivilDay LunisolarCalendar::newMoonDay(int k) const {
-  return dayOf(astro::dateFromJulianDay(astro::universalFromDynamical(astro::newMoonJDE(k))));
+  const CivilDay day =
+      dayOf(astro::dateFromJulianDay(astro::universalFromDynamical(astro::newMoonJDE(k))));
+  for (const PublishedMonthStart& move : published_) {
+    if (move.computed == day) return move.published;
+  }
+  return day;
 }
 
 CivilDay LunisolarCalendar::solarTermDay(int year, int index) const {
@@ -216,6 +233,21 @@ uint32_t packLunarYear(const std::vector<LunisolarMonth>& months, int year) {
   return entry;
 }
 
+namespace detail {
+
+PackedLunarYear decodeLunarYear(uint32_t entry, int year) {
+  PackedLunarYear y;
+  y.newYear = civilDayFromGregorian(year, 1, 1) + static_cast<CivilDay>(entry & 0x3Fu);
+  y.leapMonth = static_cast<int>((entry >> 6) & 0xFu);
+  y.monthCount = y.leapMonth ? 13 : 12;
+  y.thirtyDayMonths = static_cast<uint16_t>((entry >> 10) & 0x1FFFu);
+  for (int i = 0; i < y.monthCount; ++i) y.length += y.monthLength(i);
+  y.valid = entry != 0 && y.leapMonth <= 12;
+  return y;
+}
+
+}  // namespace detail
+
 const std::vector<uint32_t>& chineseMonthTable() {
   return kChineseMonthTable;
 }
@@ -238,7 +270,7 @@ const NewYearDays& newYearDays() {
     NewYearDays t;
     for (std::size_t i = 0; i < kChineseMonthTable.size(); ++i) {
       const int year = kChineseTableFirstLunarYear + static_cast<int>(i);
-      t.days.push_back(civilDayFromGregorian(year, 1, 1) + (kChineseMonthTable[i] & 0x3Fu));
+      t.days.push_back(detail::decodeLunarYear(kChineseMonthTable[i], year).newYear);
     }
     t.first = civilDayFromGregorian(kChineseTableFirstYear, 1, 1);
     t.last = civilDayFromGregorian(kChineseTableLastYear, 12, 31);
@@ -247,7 +279,33 @@ const NewYearDays& newYearDays() {
   return table;
 }
 
-std::optional<LunarDate> fromTable(CivilDay day) {
+// A position in the table: a lunar year decoded, a month position in it and a day in that month.
+struct TableCursor {
+  std::size_t index = 0;  // into kChineseMonthTable
+  detail::PackedLunarYear year;
+  int position = 0;
+  int day = 0;  // 0-based
+
+  LunarDate date() const {
+    const CalendarMonth month = year.monthAt(position);
+    return LunarDate{kChineseTableFirstLunarYear + static_cast<int>(index), month.month, day + 1,
+                     month.leap};
+  }
+
+  // The next day; false past the table's last year or at a damaged entry.
+  bool advance() {
+    if (++day < year.monthLength(position)) return true;
+    day = 0;
+    if (++position < year.monthCount) return true;
+    position = 0;
+    if (++index >= kChineseMonthTable.size()) return false;
+    year = detail::decodeLunarYear(kChineseMonthTable[index],
+                                   kChineseTableFirstLunarYear + static_cast<int>(index));
+    return year.valid;
+  }
+};
+
+std::optional<TableCursor> tableCursor(CivilDay day) {
   const NewYearDays& years = newYearDays();
   if (day < years.first || day > years.last || years.days.size() < 2) return std::nullopt;
   // Estimate the lunar year from the mean year, then step to the one whose first day is the last
@@ -258,25 +316,28 @@ std::optional<LunarDate> fromTable(CivilDay day) {
   while (index > 0 && years.days[index] > day) --index;
   while (index + 1 < years.days.size() && years.days[index + 1] <= day) ++index;
   if (years.days[index] > day) return std::nullopt;
-  const uint32_t entry = kChineseMonthTable[index];
-  const int year = kChineseTableFirstLunarYear + static_cast<int>(index);
-  const int leap = static_cast<int>((entry >> 6) & 0xFu);
-  int64_t rest = day - years.days[index];
-  int month = 1;
-  bool isLeap = false;
-  for (int position = 0; position < 13; ++position) {
-    const int length = ((entry >> (10 + position)) & 1u) != 0 ? 30 : 29;
-    if (rest < length) break;
-    rest -= length;
-    if (!isLeap && month == leap) {
-      isLeap = true;
-    } else {
-      isLeap = false;
-      ++month;
+  TableCursor cursor;
+  cursor.index = index;
+  cursor.year = detail::decodeLunarYear(kChineseMonthTable[index],
+                                        kChineseTableFirstLunarYear + static_cast<int>(index));
+  if (!cursor.year.valid) return std::nullopt;
+  int64_t rest = day - cursor.year.newYear;
+  for (int position = 0; position < cursor.year.monthCount; ++position) {
+    const int length = cursor.year.monthLength(position);
+    if (rest < length) {
+      cursor.position = position;
+      cursor.day = static_cast<int>(rest);
+      return cursor;
     }
+    rest -= length;
   }
-  if (month > 12 || rest >= 30) return std::nullopt;  // a damaged table
-  return LunarDate{year, month, static_cast<int>(rest) + 1, isLeap};
+  return std::nullopt;  // past the year's last month: a damaged table
+}
+
+std::optional<LunarDate> fromTable(CivilDay day) {
+  const std::optional<TableCursor> cursor = tableCursor(day);
+  if (!cursor) return std::nullopt;
+  return cursor->date();
 }
 
 std::optional<LunarDate> fromPlatform(CivilDay day) {
@@ -303,6 +364,39 @@ std::optional<LunarDate> chineseLunarDateOfCivilDay(CivilDay day) {
   const NewYearDays& years = newYearDays();
   if (day >= years.first && day <= years.last) return std::nullopt;
   return fromPlatform(day);
+}
+
+void chineseLunarDatesOfDays(CivilDay first, std::span<LunarDate> out) {
+  const CivilDay last = newYearDays().last;
+  std::optional<TableCursor> cursor;
+  LunarDate date;
+  int length = 0;  // of the cursor's month
+  for (std::size_t k = 0; k < out.size(); ++k) {
+    const CivilDay day = first + static_cast<CivilDay>(k);
+    if (cursor && day <= last) {
+      // Within the month only the day moves; at its end the cursor finds the next month.
+      if (date.day < length) {
+        ++date.day;
+        out[k] = date;
+        continue;
+      }
+      cursor->day = length - 1;
+      if (cursor->advance()) {
+        date = cursor->date();
+        length = cursor->year.monthLength(cursor->position);
+        out[k] = date;
+        continue;
+      }
+    }
+    cursor = tableCursor(day);
+    if (cursor) {
+      date = cursor->date();
+      length = cursor->year.monthLength(cursor->position);
+      out[k] = date;
+    } else {
+      out[k] = chineseLunarDateOfCivilDay(day).value_or(LunarDate{});
+    }
+  }
 }
 
 std::string sexagenaryYearName(int lunarYear) {

@@ -12,17 +12,6 @@
 
 namespace norvik::detail {
 
-PackedLunarYear decodeLunarYear(uint32_t entry, int year) {
-  PackedLunarYear y;
-  y.newYear = civilDayFromGregorian(year, 1, 1) + static_cast<CivilDay>(entry & 0x3Fu);
-  y.leapMonth = static_cast<int>((entry >> 6) & 0xFu);
-  y.monthCount = y.leapMonth ? 13 : 12;
-  y.thirtyDayMonths = static_cast<uint16_t>((entry >> 10) & 0x1FFFu);
-  for (int i = 0; i < y.monthCount; ++i) y.length += ((y.thirtyDayMonths >> i) & 1u) ? 30 : 29;
-  y.valid = entry != 0 && y.leapMonth <= 12;
-  return y;
-}
-
 namespace {
 
 constexpr CivilDay kBeforeAll = std::numeric_limits<CivilDay>::min() / 4;
@@ -57,14 +46,8 @@ class PackedLunisolarCalendar : public YearCalendar {
     out.newYear = y.newYear;
     out.count = y.monthCount;
     for (int i = 0; i < y.monthCount; ++i) {
-      if (y.leapMonth == 0 || i < y.leapMonth) {
-        out.months[i] = CalendarMonth{i + 1, false};
-      } else if (i == y.leapMonth) {
-        out.months[i] = CalendarMonth{y.leapMonth, true};
-      } else {
-        out.months[i] = CalendarMonth{i, false};
-      }
-      out.lengths[i] = ((y.thirtyDayMonths >> i) & 1u) ? 30 : 29;
+      out.months[i] = y.monthAt(i);
+      out.lengths[i] = y.monthLength(i);
     }
     return true;
   }

@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
+#include <cmath>
 #include <filesystem>
 
 #include "calendar/calendar_days.h"
@@ -42,6 +44,7 @@ std::optional<GregorianDate> parseDayText(std::string_view text) {
 
 void NVSolarTermsManager::buildIndex() {
   index_.clear();
+  days_.clear();
   if (!table_) return;
   for (const auto& [yearKey, yearValue] : *table_) {
     const std::optional<GregorianDate> year = parseDayText(yearKey);
@@ -49,9 +52,13 @@ void NVSolarTermsManager::buildIndex() {
     for (const auto& [dayKey, name] : *yearValue.dictionary()) {
       const std::optional<GregorianDate> day = parseDayText(dayKey);
       if (!day || day->year != year->year || !name.string()) continue;
-      index_.emplace(civilDayFromGregorian(day->year, day->month, day->day), *name.string());
+      index_.emplace_back(civilDayFromGregorian(day->year, day->month, day->day), *name.string());
     }
   }
+  std::sort(index_.begin(), index_.end(),
+            [](const DayTerm& a, const DayTerm& b) { return a.first < b.first; });
+  days_.clear();
+  for (const DayTerm& term : index_) days_.push_back(term.first);
 }
 
 std::optional<std::string> NVSolarTermsManager::libraryBundlePath() {
@@ -100,10 +107,12 @@ void NVSolarTermsManager::setYearToSolarTerms(std::optional<platform::Dictionary
 std::optional<std::string> NVSolarTermsManager::solarTermByDate(
     platform::Date date, const std::optional<platform::Calendar>& calendar) const {
   if (!table_) return std::nullopt;
-  const platform::Calendar cal = calendar ? *calendar : platform::Calendar::autoupdatingCurrent();
-  const std::optional<detail::CalendarDay> day = detail::calendarDay(cal, date);
-  if (!day) return std::nullopt;
-  return solarTermOfDay(day->year, day->month, day->day);
+  if (!std::isfinite(date.timeIntervalSince1970())) return std::nullopt;
+  // The Gregorian civil day in the calendar's zone, not the calendar's own (Persian, Hebrew...)
+  // year, month and day.
+  const platform::TimeZone zone =
+      calendar ? calendar->timeZone() : platform::Calendar::autoupdatingCurrent().timeZone();
+  return solarTermOfCivilDay(detail::civilDayInZone(zone, date));
 }
 
 std::optional<std::string> NVSolarTermsManager::solarTermOfDay(int year, int month, int day) const {
@@ -116,9 +125,24 @@ std::optional<std::string> NVSolarTermsManager::solarTermOfDay(int year, int mon
 
 std::optional<std::string> NVSolarTermsManager::solarTermOfCivilDay(CivilDay day) const {
   if (!table_) return std::nullopt;
-  auto it = index_.find(day);
-  if (it == index_.end()) return std::nullopt;
-  return it->second;
+  const std::span<const DayTerm> found = solarTermsBetween(day, day);
+  if (found.empty()) return std::nullopt;
+  return found.front().second;
+}
+
+std::span<const NVSolarTermsManager::DayTerm> NVSolarTermsManager::solarTermsBetween(
+    CivilDay first, CivilDay last) const {
+  if (days_.empty() || last < first) return {};
+  // Terms come about every 15.2 days: guess the position from the day, then step to it.
+  const CivilDay span = std::max<CivilDay>(1, days_.back() - days_.front());
+  const CivilDay guess = (first - days_.front()) * static_cast<CivilDay>(days_.size() - 1) / span;
+  auto begin = days_.begin() + std::clamp<CivilDay>(guess, 0, static_cast<CivilDay>(days_.size()));
+  while (begin != days_.begin() && *(begin - 1) >= first) --begin;
+  while (begin != days_.end() && *begin < first) ++begin;
+  auto end = begin;
+  while (end != days_.end() && *end <= last) ++end;
+  const auto offset = static_cast<std::size_t>(begin - days_.begin());
+  return {index_.data() + offset, static_cast<std::size_t>(end - begin)};
 }
 
 }  // namespace norvik

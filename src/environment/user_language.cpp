@@ -1,6 +1,8 @@
 #include "norvik/environment/user_language.h"
 
 #include <array>
+#include <atomic>
+#include <cstdint>
 #include <exception>
 #include <mutex>
 
@@ -42,12 +44,15 @@ constexpr std::array<NVUserLanguageType, 37> kNameMatchOrder{
     20, 21, 23, 22, 24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 35, 36, 37};
 
 // The attached language folder: the code, and its bundle resolved against the main bundle in force
-// (re-resolved when the environment names another main bundle). Guarded by `mutex`.
+// (re-resolved when the environment names another main bundle). Guarded by `mutex`; `generation`
+// is bumped (under the mutex) whenever the code changes, so that a thread's remembered answer is
+// dropped at once.
 struct AttachedLanguage {
   std::mutex mutex;
   std::optional<std::string> code;
   std::shared_ptr<Bundle> resolvedFor;
   std::shared_ptr<Bundle> bundle;
+  std::atomic<std::uint64_t> generation{1};
 };
 
 AttachedLanguage& attached() {
@@ -61,19 +66,37 @@ void attachLanguage(std::optional<std::string> code) {
   state.code = std::move(code);
   state.resolvedFor.reset();
   state.bundle.reset();
+  state.generation.fetch_add(1, std::memory_order_release);
   lookupLanguageChanged();
 }
 
 std::shared_ptr<Bundle> attachedBundle(std::shared_ptr<Bundle> main) {
   auto& state = attached();
+  // Each thread remembers its last answer for the main bundle it asked about (kept alive here, so
+  // its address cannot be another bundle's) until the attached code changes.
+  struct Remembered {
+    std::uint64_t generation = 0;
+    std::shared_ptr<Bundle> main;
+    std::shared_ptr<Bundle> bundle;
+  };
+  thread_local Remembered remembered;
+  if (remembered.generation == state.generation.load(std::memory_order_acquire) &&
+      remembered.main == main) {
+    return remembered.bundle;
+  }
   std::lock_guard lock(state.mutex);
-  if (!state.code) return nullptr;
+  if (!state.code) {
+    remembered = Remembered{state.generation.load(std::memory_order_relaxed), main, nullptr};
+    return nullptr;
+  }
   if (state.resolvedFor != main) {
     // bundleForLocalization refuses anything but a plain folder name, so a stored "../x" or
     // "/etc" selects nothing.
     state.bundle = main->bundleForLocalization(*state.code);
-    state.resolvedFor = std::move(main);
+    state.resolvedFor = main;
   }
+  remembered =
+      Remembered{state.generation.load(std::memory_order_relaxed), std::move(main), state.bundle};
   return state.bundle;
 }
 

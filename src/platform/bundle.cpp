@@ -3,6 +3,8 @@
 #include <unicode/locid.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <limits>
@@ -171,13 +173,25 @@ struct TableSlot {
   std::once_flag once;
   bool present = false;  // whether the table file exists
   platform::StringsTable table;
+  // The table's entries by key, hashed (views into `table`, which is not changed once read).
+  std::unordered_map<std::string_view, const std::string*> byKey;
+
+  const std::string* find(std::string_view key) const {
+    auto it = byKey.find(key);
+    return it == byKey.end() ? nullptr : it->second;
+  }
 };
+
+// A distinct number for every bundle object ever made, so that a thread's cached resolution can
+// never be taken for another bundle's.
+std::atomic<std::uint64_t> nextBundleSerial{1};
 
 }  // namespace
 
 class BundleImpl {
  public:
-  explicit BundleImpl(std::string root) : root_(std::move(root)) {}
+  explicit BundleImpl(std::string root)
+      : root_(std::move(root)), serial_(nextBundleSerial.fetch_add(1, std::memory_order_relaxed)) {}
 
   const std::string& root() const { return root_; }
 
@@ -262,7 +276,43 @@ class BundleImpl {
       std::error_code ec;
       slot->present = fs::is_regular_file(path, ec);
       if (slot->present) slot->table = platform::readStringsTableFile(path);
+      slot->byKey.reserve(slot->table.entries.size());
+      for (const auto& [key, text] : slot->table.entries) slot->byKey.emplace(key, &text);
     });
+    return *slot;
+  }
+
+  // The slot that lookups in `table` read for the current environment: the selected
+  // localization's table when it exists, else the bundle root's. Each thread remembers its last
+  // few answers until the environment changes (a new environment may select another
+  // localization); slots are never removed, so a remembered pointer stays valid.
+  const TableSlot& lookupSlot(std::string_view table) {
+    struct Resolved {
+      std::uint64_t bundle = 0;  // serial_ of the bundle; 0 for an empty entry
+      std::uint64_t generation = 0;
+      std::string table;
+      const TableSlot* slot = nullptr;
+    };
+    thread_local std::array<Resolved, 4> resolved;
+    thread_local std::size_t next = 0;
+    const std::uint64_t generation = platform::environmentGeneration();
+    for (const Resolved& entry : resolved) {
+      if (entry.bundle == serial_ && entry.generation == generation && entry.table == table) {
+        return *entry.slot;
+      }
+    }
+    const TableSlot* slot = nullptr;
+    if (const auto selected = selectedLocalization()) {
+      const TableSlot& candidate = tableSlot(*selected, table);
+      if (candidate.present) slot = &candidate;
+    }
+    if (slot == nullptr) slot = &tableSlot({}, table);
+    Resolved& entry = resolved[next];
+    next = (next + 1) % resolved.size();
+    entry.bundle = serial_;
+    entry.generation = generation;
+    entry.table.assign(table);
+    entry.slot = slot;
     return *slot;
   }
 
@@ -275,6 +325,7 @@ class BundleImpl {
   }
 
   const std::string root_;
+  const std::uint64_t serial_;
 
   std::once_flag infoOnce_;
   platform::Dictionary info_;
@@ -301,7 +352,7 @@ class BundleImpl {
 namespace {
 
 std::string lookup(const TableSlot& slot, std::string_view key, std::string_view value) {
-  if (const std::string* found = slot.table.find(key)) return *found;
+  if (const std::string* found = slot.find(key)) return *found;
   return std::string(value.empty() ? key : value);
 }
 
@@ -361,11 +412,22 @@ std::shared_ptr<Bundle> Bundle::atPath(std::string_view path) {
 }
 
 std::shared_ptr<Bundle> Bundle::main() {
-  auto& cache = detail::mainBundleCache();
+  // Each thread remembers the bundle found for an environment generation (a found bundle stays the
+  // same for the generation; a missing one is looked for again on every call).
+  struct Remembered {
+    std::uint64_t generation = 0;
+    std::shared_ptr<Bundle> bundle;
+  };
+  thread_local Remembered remembered;
   const std::uint64_t generation = environmentGeneration();
+  if (remembered.bundle && remembered.generation == generation) return remembered.bundle;
+  auto& cache = detail::mainBundleCache();
   {
     std::shared_lock lock(cache.mutex);
-    if (cache.valid && cache.generation == generation && !cache.missing) return cache.bundle;
+    if (cache.valid && cache.generation == generation && !cache.missing) {
+      remembered = Remembered{generation, cache.bundle};
+      return cache.bundle;
+    }
   }
   const std::string path = currentEnvironment()->mainBundlePath;
   std::shared_ptr<Bundle> found = atPath(path);
@@ -485,13 +547,12 @@ std::optional<std::string> Bundle::pathForResource(std::string_view name, std::s
 std::string Bundle::localizedString(std::string_view key, std::string_view value,
                                     std::string_view table) const {
   try {
-    if (table.empty()) table = detail::kDefaultTable;
-    if (!detail::isValidFileName(table)) return std::string(value.empty() ? key : value);
-    if (const auto selected = impl_->selectedLocalization()) {
-      const detail::TableSlot& slot = impl_->tableSlot(*selected, table);
-      if (slot.present) return detail::lookup(slot, key, value);
+    if (table.empty()) {
+      table = detail::kDefaultTable;
+    } else if (!detail::isValidFileName(table)) {
+      return std::string(value.empty() ? key : value);
     }
-    return detail::lookup(impl_->tableSlot({}, table), key, value);
+    return detail::lookup(impl_->lookupSlot(table), key, value);
   } catch (const std::exception&) {
     return std::string(value.empty() ? key : value);
   }

@@ -116,9 +116,13 @@ namespace {
 
 using detail::CalendarConfig;
 
-constexpr std::array<std::string_view, 9> kIdentifierNames = {
-    "gregorian",    "chinese",          "dangi",   "hebrew", "islamic-civil",
-    "islamic-tbla", "islamic-umalqura", "persian", "indian"};
+constexpr std::array<std::string_view, 18> kIdentifierNames = {
+    "gregorian",        "chinese",       "dangi",
+    "hebrew",           "islamic-civil", "islamic-tbla",
+    "islamic-umalqura", "persian",       "indian",
+    "buddhist",         "japanese",      "roc",
+    "coptic",           "ethiopic",      "ethiopic-amete-alem",
+    "islamic",          "islamic-rgsa",  "iso8601"};
 
 // A thread's ICU calendar for one configuration, and a Gregorian calendar in the same zone that
 // finds local days and times of day quickly (day boundaries are the same in every calendar).

@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <unordered_map>
 #include <vector>
 
 #include "language_generation.h"
@@ -45,14 +44,14 @@ constexpr std::array<std::string_view, 12> kMonthAbbreviations = {
 
 struct LocaleTexts;
 
-// Looked-up texts and the locale texts in use, kept while the environment and the chosen interface
-// language stay the same. A language change posts NVUserLanguageDidChangeNotification, which bumps
-// the generation; a new environment is a new object. Guarded by `mutex`.
+// The locale texts in use, kept while the environment and the chosen interface language stay the
+// same. A language change posts NVUserLanguageDidChangeNotification, which bumps the generation; a
+// new environment is a new object. Guarded by `mutex`. (Translated texts are not kept here: the
+// bundle's own lookup remembers its resolution per thread and is as fast as a cache would be.)
 struct LookupCache {
   std::mutex mutex;
   std::shared_ptr<const platform::Environment> environment;
   std::uint64_t generation = 0;
-  std::unordered_map<std::string, std::string> texts;  // table + '\x1f' + key -> text
   const LocaleTexts* localeTexts = nullptr;
 
   // Drops everything when the environment or the language changed. Call with `mutex` held.
@@ -60,7 +59,6 @@ struct LookupCache {
     if (env == environment && gen == generation) return;
     environment = env;
     generation = gen;
-    texts.clear();
     localeTexts = nullptr;
   }
 };
@@ -70,24 +68,10 @@ LookupCache& lookupCache() {
   return cache;
 }
 
+// The translation of `key` in `table` through the interface language's lookup.
 std::string cachedLookUp(std::string_view key, std::string_view table) {
   BundleEx::installOnMainBundle();
-  const std::uint64_t gen = detail::languageGeneration();
-  auto env = platform::currentEnvironment();
-  LookupCache& cache = lookupCache();
-  std::string id;
-  id.reserve(table.size() + 1 + key.size());
-  id.append(table).append(1, '\x1f').append(key);
-  {
-    std::lock_guard lock(cache.mutex);
-    cache.validate(env, gen);
-    if (auto it = cache.texts.find(id); it != cache.texts.end()) return it->second;
-  }
-  std::string text = platform::localizedString(key, "", table);
-  std::lock_guard lock(cache.mutex);
-  cache.validate(env, gen);
-  if (cache.texts.size() < 4096) cache.texts.emplace(std::move(id), text);
-  return text;
+  return platform::localizedString(key, "", table);
 }
 
 std::string lookUp(std::string_view key) {

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <thread>
 
+#include "norvik/calendar/solar_terms.h"
 #include "norvik/platform/date_formatter.h"
 #include "norvik/platform/environment.h"
 
@@ -146,6 +147,97 @@ TEST(LunarDisplay, ReanchorsToTheCalendarsDay) {
   }());
   EXPECT_EQ(displayMonthDayInLunarCalendar(evening), "正月初一");
   EXPECT_EQ(displayMonthDayInLunarCalendar(evening, london), "腊月三十");
+}
+
+// Festivals and solar terms go by the Gregorian day of the instant whatever calendar the locale
+// makes current: a Persian 1403-07-10 or a Buddhist 2567-10-01 is never looked up as a Gregorian
+// day.
+TEST(LunarDisplay, NonGregorianCurrentCalendars) {
+  const Date evening(static_cast<double>(civilDayFromGregorian(2024, 2, 9)) * 86400.0 + 72000.0);
+  const TimeZone shanghaiZone = *TimeZone::withIdentifier("Asia/Shanghai");
+  for (const char* locale :
+       {"fa_IR@calendar=persian", "th_TH@calendar=buddhist", "ja_JP@calendar=japanese",
+        "he_IL@calendar=hebrew", "ar_SA@calendar=islamic-umalqura"}) {
+    SCOPED_TRACE(locale);
+    const Locale own(locale);
+    {
+      platform::ScopedEnvironment scoped([&] {
+        auto env = *platform::currentEnvironment();
+        env.localeIdentifier = locale;
+        return env;
+      }());
+      const Calendar current = Calendar::autoupdatingCurrent();
+      ASSERT_NE(current.identifier(), CalendarIdentifier::gregorian);
+      EXPECT_NE(current.components(noon(2024, 10, 1)).year, 2024);
+      EXPECT_EQ(festival(2024, 10, 1), "国庆节");
+      EXPECT_EQ(festival(2024, 4, 4), "清明");
+      EXPECT_EQ(festival(2024, 5, 12), "母亲节");
+      EXPECT_EQ(festival(2024, 5, 5), "");
+      EXPECT_EQ(festival(2024, 2, 10), "春节");
+      EXPECT_EQ(festival(2024, 2, 14), "情人节");
+      EXPECT_EQ(NVSolarTermsManager::sharedManager().solarTermByDate(noon(2024, 2, 4)), "立春");
+      EXPECT_EQ(NVSolarTermsManager::sharedManager().solarTermByDate(noon(2024, 2, 5)),
+                std::nullopt);
+      EXPECT_EQ(
+          festivalOrLunarCalendar(noon(2024, 4, 4), FestivalMode::chinese, 1, current, nullptr),
+          "清明");
+    }
+    // The same calendar type given for another zone re-anchors to its own day.
+    const Calendar typed(*platform::calendarIdentifierFromName(own.keywordValue("calendar")),
+                         shanghaiZone, own);
+    EXPECT_EQ(displayMonthDayInLunarCalendar(evening, typed), "正月初一");
+    EXPECT_EQ(festivalOrLunarCalendar(evening, FestivalMode::chinese, 1, typed, nullptr), "春节");
+    EXPECT_EQ(dayStringInLunarCalendar(evening, typed, true, false), "初一");
+  }
+}
+
+// The whole-month grid gives the per-day functions' texts, cell by cell, over the table's years,
+// every week start, with and without solar terms and month names.
+TEST(LunarMonthGrid, SameTextsAsTheDayFunctions) {
+  int checked = 0;
+  std::vector<int> indices;
+  for (int index = 0; index < 201 * 12; index += 7) indices.push_back(index);
+  // The table's two ends (grids reaching 1899 and 2101) and 1906's published fourth month.
+  indices.insert(indices.end(), {0, 201 * 12 - 1, 6 * 12 + 3, 6 * 12 + 4});
+  for (int index : indices) {
+    const int year = 1900 + index / 12;
+    const int month = index % 12 + 1;
+    const int firstWeekday = index % 7 + 1;
+    const bool solarTerm = index % 3 != 0;
+    const bool monthName = index % 5 != 0;
+    const LunarMonthGrid grid = lunarMonthGrid(year, month, firstWeekday, solarTerm, monthName);
+    const CivilDay first = civilDayFromGregorian(year, month, 1);
+    ASSERT_LE(grid[0].day, first);
+    ASSERT_GT(grid[0].day + 7, first);
+    ASSERT_EQ(((grid[0].day + 4) % 7 + 7) % 7 + 1, firstWeekday);
+    for (std::size_t k = 0; k < grid.size(); ++k) {
+      const LunarGridCell& cell = grid[k];
+      ASSERT_EQ(cell.day, grid[0].day + static_cast<CivilDay>(k));
+      const Date date(static_cast<double>(cell.day) * 86400.0 + 43200.0);
+      EXPECT_EQ(cell.dayText, dayStringInLunarCalendar(date, std::nullopt, solarTerm, monthName))
+          << isoDayText(gregorianFromCivilDay(cell.day));
+      EXPECT_EQ(cell.festival,
+                festivalOrLunarCalendar(date, FestivalMode::chinese, 1, std::nullopt, nullptr))
+          << isoDayText(gregorianFromCivilDay(cell.day));
+      ++checked;
+    }
+  }
+  EXPECT_EQ(checked, 349 * 42);
+  // Known cells: February 2024 from Sunday 28 January holds 除夕 (02-09), 春节 and 立春.
+  const LunarMonthGrid february = lunarMonthGrid(2024, 2, 1, true, true);
+  EXPECT_EQ(february[0].day, civilDayFromGregorian(2024, 1, 28));
+  EXPECT_EQ(february[12].festival, "除夕");
+  EXPECT_EQ(february[13].festival, "春节");
+  EXPECT_EQ(february[13].dayText, "正月");
+  EXPECT_EQ(february[7].dayText, "立春");
+  // A week start outside 1..7 counts as Sunday; the month outside the table still has texts.
+  EXPECT_EQ(lunarMonthGrid(2024, 2, 0, true, true)[0].day, february[0].day);
+  EXPECT_EQ(lunarMonthGrid(2024, 2, 99, true, true)[0].day, february[0].day);
+  const LunarMonthGrid early = lunarMonthGrid(1850, 6, 2, true, true);
+  EXPECT_FALSE(early[20].dayText.empty());
+  EXPECT_EQ(early[20].dayText,
+            dayStringInLunarCalendar(Date(static_cast<double>(early[20].day) * 86400.0 + 43200.0),
+                                     std::nullopt, true, true));
 }
 
 TEST(LunarDisplay, YearTexts) {

@@ -41,6 +41,36 @@ TEST(SolarTermsManager, SharedManagerReadsTheLibraryBundle) {
   EXPECT_EQ(manager.solarTermOfDay(1900, 12, 22), std::nullopt);
 }
 
+TEST(SolarTermsManager, TermsBetweenTwoDays) {
+  const NVSolarTermsManager& manager = NVSolarTermsManager::sharedManager();
+  const auto year = manager.solarTermsBetween(civilDayFromGregorian(2024, 1, 1),
+                                              civilDayFromGregorian(2024, 12, 31));
+  ASSERT_EQ(year.size(), 24u);
+  EXPECT_EQ(year.front().first, civilDayFromGregorian(2024, 1, 6));
+  EXPECT_EQ(year.front().second, "小寒");
+  EXPECT_EQ(year.back().second, "冬至");
+  for (std::size_t i = 1; i < year.size(); ++i) EXPECT_LT(year[i - 1].first, year[i].first);
+  // One day, a day without a term, the table's ends and beyond, a reversed range.
+  EXPECT_EQ(manager.solarTermsBetween(year[3].first, year[3].first).size(), 1u);
+  EXPECT_TRUE(manager.solarTermsBetween(year[3].first + 1, year[3].first + 1).empty());
+  EXPECT_EQ(
+      manager
+          .solarTermsBetween(civilDayFromGregorian(1800, 1, 1), civilDayFromGregorian(1901, 1, 31))
+          .size(),
+      2u);
+  EXPECT_EQ(
+      manager
+          .solarTermsBetween(civilDayFromGregorian(2100, 12, 1), civilDayFromGregorian(2300, 1, 1))
+          .size(),
+      2u);
+  EXPECT_TRUE(
+      manager
+          .solarTermsBetween(civilDayFromGregorian(2301, 1, 1), civilDayFromGregorian(2302, 1, 1))
+          .empty());
+  EXPECT_TRUE(manager.solarTermsBetween(year.back().first, year.front().first).empty());
+  EXPECT_TRUE(NVSolarTermsManager(std::nullopt).solarTermsBetween(0, 100000).empty());
+}
+
 TEST(SolarTermsManager, AbsentTableAnswersNothing) {
   const NVSolarTermsManager manager(std::nullopt);
   EXPECT_EQ(manager.solarTermByDate(at(2024, 4, 4, 12, 0)), std::nullopt);

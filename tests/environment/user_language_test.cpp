@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <condition_variable>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <thread>
 
 #include "environment/language_test_support.h"
@@ -99,6 +101,45 @@ TEST_F(UserLanguageTest, LookupFallsBackFromChosenToSystemToEnglishToKey) {
   ASSERT_TRUE(NVUserLanguage::setUserLanguageType(4));  // no Korean folder: the system's choice
   EXPECT_EQ(BundleEx::attachedLanguageCode(), std::nullopt);
   EXPECT_EQ(platform::localizedString("Today"), "Aujourd'hui");
+}
+
+// Lookups remember their resolution per thread; a thread that has looked up before still sees a
+// language switch, a change of the system's languages and a new main bundle on its next lookup.
+TEST_F(UserLanguageTest, EveryThreadSeesASwitchAtOnce) {
+  setLanguages({"fr-FR", "en-US"});
+  NVUserLanguage::updateUserLanguageAndNotify();
+  std::mutex mutex;
+  std::condition_variable changed;
+  int asked = 0;
+  int answered = 0;
+  std::vector<std::string> seen;
+  std::thread worker([&] {
+    for (int round = 1; round <= 4; ++round) {
+      std::unique_lock lock(mutex);
+      changed.wait(lock, [&] { return asked == round; });
+      seen.push_back(platform::localizedString("Today") + "|" +
+                     platform::specialLocalizedString("comma"));
+      answered = round;
+      changed.notify_all();
+    }
+  });
+  auto ask = [&] {
+    std::unique_lock lock(mutex);
+    ++asked;
+    changed.notify_all();
+    changed.wait(lock, [&] { return answered == asked; });
+  };
+  ask();
+  ASSERT_TRUE(NVUserLanguage::setUserLanguageType(14));
+  ask();
+  ASSERT_TRUE(NVUserLanguage::setUserLanguageType(0));
+  setLanguages({"en-GB"});
+  ask();
+  ASSERT_TRUE(NVUserLanguage::setUserLanguageType(5));
+  ask();
+  worker.join();
+  EXPECT_EQ(seen,
+            (std::vector<std::string>{"Aujourd'hui|, ", "Heute|, ", "Today (GB)|, ", "Today|、"}));
 }
 
 TEST_F(UserLanguageTest, SettingTheCurrentTypePostsNothing) {

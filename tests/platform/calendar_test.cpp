@@ -50,14 +50,23 @@ void expectDay(const Calendar& calendar, Date date, Ymd expected) {
 }
 
 TEST(CalendarIdentifiers, NamesRoundTripAndUnknownNamesAreRejected) {
-  for (int i = 0; i <= static_cast<int>(CalendarIdentifier::indian); ++i) {
+  for (int i = 0; i <= static_cast<int>(CalendarIdentifier::iso8601); ++i) {
     auto identifier = static_cast<CalendarIdentifier>(i);
     EXPECT_EQ(calendarIdentifierFromName(calendarIdentifierName(identifier)), identifier);
   }
   EXPECT_EQ(calendarIdentifierName(CalendarIdentifier::islamicTabular), "islamic-tbla");
   EXPECT_FALSE(calendarIdentifierFromName("Gregorian").has_value());
   EXPECT_FALSE(calendarIdentifierFromName("").has_value());
-  EXPECT_FALSE(Calendar::withIdentifier("buddhist").has_value());
+  EXPECT_FALSE(Calendar::withIdentifier("julian").has_value());
+  EXPECT_EQ(calendarIdentifierName(CalendarIdentifier::ethiopicAmeteAlem), "ethiopic-amete-alem");
+  // Every calendar ICU offers is its own calendar: the Buddhist era, the Japanese era year.
+  const Date day = utcDate(2024, 10, 1, 12, 0);
+  EXPECT_EQ(
+      Calendar(CalendarIdentifier::buddhist, TimeZone::utc(), Locale("th_TH")).components(day).year,
+      2567);
+  EXPECT_EQ(
+      Calendar(CalendarIdentifier::japanese, TimeZone::utc(), Locale("ja_JP")).components(day).year,
+      6);
   ASSERT_TRUE(Calendar::withIdentifier("persian").has_value());
   EXPECT_EQ(Calendar::withIdentifier("persian")->identifier(), CalendarIdentifier::persian);
 }

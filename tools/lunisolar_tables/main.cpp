@@ -23,6 +23,7 @@
 #include <string>
 
 #include "calendar/alternative_calendars.h"
+#include "lunisolar_tables/persian_equinox.h"
 #include "norvik/calendar/lunar_converter.h"
 #include "norvik/calendar/lunisolar.h"
 #include "norvik/calendar/other_calendar.h"
@@ -273,9 +274,9 @@ std::string persianShiftsSource() {
   for (int year = detail::kPersianAstronomicalFirstYear;
        year <= detail::kPersianAstronomicalLastYear; ++year) {
     const CivilDay arithmetic = detail::persianArithmeticNewYear(year);
-    const CivilDay astronomical = detail::persianAstronomicalNewYear(year);
+    const CivilDay astronomical = tables::persianAstronomicalNewYear(year);
     if (arithmetic == astronomical) continue;
-    const double margin = detail::persianEquinoxFromNoonSeconds(year);
+    const double margin = tables::persianEquinoxFromNoonSeconds(year);
     if (std::fabs(margin) < detail::kPersianDecisionMarginSeconds) {
       std::fprintf(stderr, "%d AP: equinox %+.0f s from noon, undecided\n", year, margin);
       continue;

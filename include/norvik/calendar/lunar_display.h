@@ -11,9 +11,12 @@
 //
 // Re-anchoring: when a calendar is given and its time zone's offset from GMT now differs from that
 // of the current time zone, the date is first moved to the day it names in that calendar (so a
-// cell of a calendar shown in another zone gets the texts of its own day).
+// cell of a calendar shown in another zone gets the texts of its own day). That day is the civil
+// (Gregorian) day in the calendar's zone whatever the calendar's type: a Persian, Buddhist,
+// Japanese, Hebrew or Islamic calendar names the same day as a Gregorian one.
 //
 // All functions are callable from any thread. None throws; missing data gives the empty string.
+#include <array>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -69,10 +72,12 @@ enum class FestivalMode {
 };
 
 // The festival text of a day cell in the given mode, or the empty string. `weekStart` is accepted
-// and not used. The calendar (else the shared autoupdating current calendar) gives the Gregorian
-// month, day and weekday. Mother's Day (second Sunday of May), Father's Day (third Sunday of June)
-// and Thanksgiving (fourth Thursday of November) use a week rule that picks the week after when the
-// month starts one to three days after the target weekday (May 2021: the 16th).
+// and not used. The Gregorian month, day and weekday are those of the date in the time zone of the
+// calendar (else of the shared autoupdating current calendar), converted from the instant, never
+// the calendar's own fields (a Persian current calendar still gives "国庆节" on 1 October).
+// Mother's Day (second Sunday of May), Father's Day (third Sunday of June) and Thanksgiving (fourth
+// Thursday of November) use a week rule that picks the week after when the month starts one to
+// three days after the target weekday (May 2021: the 16th).
 std::string festivalOrLunarCalendar(platform::Date date, FestivalMode mode, int weekStart,
                                     const std::optional<platform::Calendar>& calendar,
                                     const HolidayNameBlock& holidayNameBlock);
@@ -85,6 +90,30 @@ std::string monthDay_lunar(platform::Date date);
 // "甲辰年(2024)正月初一" with `includeNumber`, "甲辰年 正月初一" with `needsSpaceInYear` alone,
 // "甲辰年正月初一" with neither.
 std::string yearMonthDay_lunar(platform::Date date, bool includeNumber, bool needsSpaceInYear);
+
+// ---- The texts of a whole month view at once
+// -----------------------------------------------------
+
+// One cell of a month grid: a civil day (in the current time zone) and its two texts, equal to
+// dayStringInLunarCalendar(noon of the day, std::nullopt, solarTerm, monthFirstDayShowMonthString)
+// and festivalOrLunarCalendar(noon of the day, FestivalMode::chinese, ...) without a calendar.
+// The views point into constant name lists and the shared solar-term table (NVSolarTermsManager;
+// valid until its table is replaced).
+struct LunarGridCell {
+  CivilDay day = 0;
+  std::string_view dayText;   // empty when the lunar date is unknown
+  std::string_view festival;  // empty when none
+};
+inline constexpr int kLunarGridCellCount = 42;
+using LunarMonthGrid = std::array<LunarGridCell, kLunarGridCellCount>;
+
+// The 42 cells (six weeks) of the Gregorian month `year`-`month`, starting on the last
+// `firstWeekday` (1 = Sunday .. 7 = Saturday; anything else counts as Sunday) on or before the
+// 1st. Computed from a few table reads for the whole grid, with no calendar, formatter or
+// allocation per cell. A month outside the lunar table's years gives the texts the per-day
+// functions give (through the platform's Chinese calendar), or empty ones.
+LunarMonthGrid lunarMonthGrid(int year, int month, int firstWeekday, bool solarTerm,
+                              bool monthFirstDayShowMonthString);
 
 // The lunar date behind these texts: the Chinese lunar date of the calendar day the date names in
 // the current time zone, after re-anchoring to `calendar` as described above.

@@ -13,6 +13,7 @@
 // Everything here is pure computation over constant data; callable from any thread.
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -102,6 +103,13 @@ struct LunarDate {
   bool operator==(const LunarDate&) const = default;
 };
 
+// A month start that a published calendar put on another day than the astronomy: the new moon
+// computed for `computed` was dated `published` in the calendar people used.
+struct PublishedMonthStart {
+  CivilDay computed = 0;
+  CivilDay published = 0;
+};
+
 class LunisolarCalendar {
  public:
   // The calendar whose days are civil days at `utcOffsetSeconds` (28800 for UTC+8).
@@ -110,7 +118,9 @@ class LunisolarCalendar {
   // `utcOffsetSeconds` from then on.
   LunisolarCalendar(int utcOffsetSeconds, int earlierOffsetSeconds, platform::Date offsetChange);
   // China: UTC+8 from 1929; before that the calendar was reckoned for the meridian of Beijing
-  // (116°25' E, UTC+7:45:40).
+  // (116°25' E, UTC+7:45:40), and where the calendars published before 1929 (the Qing court's
+  // until 1911, computed with its own older theory) began a month on another day than the
+  // astronomy, the published day is kept (chinesePublishedMonthStarts()).
   static LunisolarCalendar chinese();
   // Vietnam: UTC+7 from 1967-08-08 (the decree that moved North Vietnam's clocks and calendar);
   // before that UTC+8. (Before 1967 Vietnam used the Chinese calendar itself, Beijing's meridian
@@ -135,7 +145,12 @@ class LunisolarCalendar {
   int offset_;
   int earlierOffset_;
   platform::Date change_;
+  std::span<const PublishedMonthStart> published_;
 };
+
+// The month starts of the Chinese calendars published before 1929 that differ from the astronomy
+// (1906: the fourth month began on 04-24, the new moon being 23:52 on 04-23 at Beijing).
+std::span<const PublishedMonthStart> chinesePublishedMonthStarts();
 
 // ---- The Chinese calendar from the generated table ----------------------------------------------
 
@@ -146,6 +161,10 @@ inline constexpr int kChineseTableLastYear = 2100;
 // inside the table's range; outside it, the platform's Chinese calendar; std::nullopt when neither
 // can answer.
 std::optional<LunarDate> chineseLunarDateOfCivilDay(CivilDay day);
+// The same for the out.size() consecutive days from `first`, an all-zero LunarDate (month 0) for a
+// day without one: one table read for the whole run inside the table's range, then counting (a
+// month view's 42 days cost about as much as one day).
+void chineseLunarDatesOfDays(CivilDay first, std::span<LunarDate> out);
 
 // The packed form of one lunar year in the month-start table: bits 0-5 the day of the Gregorian
 // year (0 = 1 January) on which month 1 begins, bits 6-9 the month followed by the leap month (0

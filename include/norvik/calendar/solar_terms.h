@@ -5,8 +5,10 @@
 // terms' names. Both levels of keys are "yyyy-MM-dd" texts of calendar days.
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
-#include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "norvik/calendar/lunisolar.h"
 #include "norvik/platform/calendar.h"
@@ -27,8 +29,9 @@ class NVSolarTermsManager {
   explicit NVSolarTermsManager(std::optional<platform::Dictionary> table);
 
   // The solar-term name of the calendar day on which `date` falls in `calendar` (the shared
-  // autoupdating current calendar when absent); std::nullopt when the table is absent, the year is
-  // not in it, the day is no solar term, or the entry is not a string.
+  // autoupdating current calendar when absent): the Gregorian civil day of the instant in the
+  // calendar's time zone, whatever the calendar's type; std::nullopt when the table is absent, the
+  // year is not in it, the day is no solar term, or the entry is not a string.
   std::optional<std::string> solarTermByDate(
       platform::Date date, const std::optional<platform::Calendar>& calendar = std::nullopt) const;
 
@@ -37,6 +40,10 @@ class NVSolarTermsManager {
   std::optional<std::string> solarTermOfDay(int year, int month, int day) const;
   // The same for a civil day number (see lunisolar.h).
   std::optional<std::string> solarTermOfCivilDay(CivilDay day) const;
+  // The table's terms on the civil days first..last (inclusive), in day order; empty when the
+  // table is absent or holds none there. The span lives until the table is replaced.
+  using DayTerm = std::pair<CivilDay, std::string>;
+  std::span<const DayTerm> solarTermsBetween(CivilDay first, CivilDay last) const;
 
   // The table; replacing it is not synchronised with concurrent lookups (set it only at start).
   const std::optional<platform::Dictionary>& yearToSolarTerms() const { return table_; }
@@ -49,9 +56,10 @@ class NVSolarTermsManager {
  private:
   void buildIndex();
   std::optional<platform::Dictionary> table_;
-  // The table's string entries by civil day, for those whose keys are the canonical texts of
-  // 1 January of a year and of a day in that year (the only keys a lookup can form).
-  std::unordered_map<CivilDay, std::string> index_;
+  // The table's string entries sorted by civil day, for those whose keys are the canonical texts
+  // of 1 January of a year and of a day in that year (the only keys a lookup can form).
+  std::vector<DayTerm> index_;
+  std::vector<CivilDay> days_;  // index_'s days alone, for a compact search
 };
 
 }  // namespace norvik

@@ -32,10 +32,23 @@ enum class CalendarIdentifier {
   islamicUmmAlQura,  // "islamic-umalqura": the Saudi table
   persian,
   indian,  // the Indian national (Saka) calendar
+  // The other calendars ICU offers, so that a locale such as "th_TH@calendar=buddhist" gets its
+  // own calendar as the current one.
+  buddhist,
+  japanese,
+  roc,  // the Republic of China (Minguo) calendar
+  coptic,
+  ethiopic,
+  ethiopicAmeteAlem,  // "ethiopic-amete-alem"
+  islamic,            // "islamic": ICU's astronomical approximation
+  islamicRgsa,        // "islamic-rgsa"
+  iso8601,            // Gregorian with ISO week rules
 };
 
 // The identifier's name as ICU writes it: "gregorian", "chinese", "dangi", "hebrew",
-// "islamic-civil", "islamic-tbla", "islamic-umalqura", "persian", "indian".
+// "islamic-civil", "islamic-tbla", "islamic-umalqura", "persian", "indian", "buddhist",
+// "japanese", "roc", "coptic", "ethiopic", "ethiopic-amete-alem", "islamic", "islamic-rgsa",
+// "iso8601".
 std::string_view calendarIdentifierName(CalendarIdentifier identifier);
 // The identifier of such a name (exact, case-sensitive); std::nullopt for anything else.
 std::optional<CalendarIdentifier> calendarIdentifierFromName(std::string_view name);
