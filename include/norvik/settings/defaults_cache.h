@@ -19,7 +19,7 @@
 namespace norvik {
 
 namespace detail {
-class KeyValueDatabase;
+class DefaultsStore;
 }
 
 // A key-value table in the database file "<container>/<databaseName>.sqlite" of the current
@@ -51,7 +51,7 @@ class SVDatabaseUserDefaults {
   std::int32_t version() const noexcept { return version_; }
 
  private:
-  std::shared_ptr<detail::KeyValueDatabase> database();
+  std::shared_ptr<detail::DefaultsStore> database();
 
   std::string appGroupIdentifier_;
   std::string databaseName_;
