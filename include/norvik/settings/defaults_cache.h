@@ -27,8 +27,11 @@ class DefaultsStore;
 // environment). Writes are committed before they return and are then visible to every process;
 // a process learns of another's writes through a change counter in shared memory beside the file,
 // so reads do not query the database unless something changed. Any thread may call any operation.
-// When the container or the database cannot be opened, reads give nothing, writes are dropped and
-// a message goes to standard error.
+// Without a container, reads give nothing, writes are dropped and a message goes to standard
+// error. When the database cannot be written (a full disk, a read-only container, a lock held past
+// the busy timeout), a write stays in memory, is read back from there and is saved with the next
+// write; one line goes to standard error per run of failures. A damaged file is set aside as
+// "<file>.corrupt-<time>" and replaced by a fresh one.
 class SVDatabaseUserDefaults {
  public:
   // `appGroupIdentifier` must be kNVAppGroupIdentifier (the only group the environment names a
