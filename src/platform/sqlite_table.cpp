@@ -9,12 +9,14 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <limits>
+#include <thread>
 #include <utility>
 
 #include "norvik/platform/environment.h"
@@ -226,8 +228,12 @@ std::optional<Value> rowValue(sqlite3_stmt* stmt, int kindColumn, int valueColum
 
 // ---- SharedChangeCounter ----
 
+// The mapped words: the commit counter, then when (CLOCK_MONOTONIC nanoseconds) and by which
+// process a writer last had to wait for the lock. Files of one word from earlier versions grow.
+constexpr std::size_t kMappedBytes = 3 * sizeof(std::uint64_t);
+
 SharedChangeCounter::~SharedChangeCounter() {
-  if (word_) munmap(word_, sizeof(std::uint64_t));
+  if (word_) munmap(word_, kMappedBytes);
   if (fd_ >= 0) ::close(fd_);
 }
 
@@ -238,18 +244,18 @@ bool SharedChangeCounter::open(const std::string& path) {
   bool ok = fstat(fd, &st) == 0;
   if (ok && (st.st_mode & 07777) != 0600 && st.st_uid == geteuid()) fchmod(fd, 0600);
   // A new (or truncated) file grows to one zeroed word; a longer one keeps its first word.
-  if (ok && st.st_size < static_cast<off_t>(sizeof(std::uint64_t))) {
-    ok = ftruncate(fd, sizeof(std::uint64_t)) == 0;
+  if (ok && st.st_size < static_cast<off_t>(kMappedBytes)) {
+    ok = ftruncate(fd, kMappedBytes) == 0;
   }
-  void* map = ok ? mmap(nullptr, sizeof(std::uint64_t), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0)
-                 : MAP_FAILED;
+  void* map =
+      ok ? mmap(nullptr, kMappedBytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0) : MAP_FAILED;
   if (map == MAP_FAILED) {
     int saved = errno;
     ::close(fd);
     errno = saved;
     return false;
   }
-  if (word_) munmap(word_, sizeof(std::uint64_t));
+  if (word_) munmap(word_, kMappedBytes);
   if (fd_ >= 0) ::close(fd_);
   fd_ = fd;
   word_ = static_cast<std::uint64_t*>(map);
@@ -270,6 +276,30 @@ std::uint64_t SharedChangeCounter::load() const noexcept {
 std::uint64_t SharedChangeCounter::bump() noexcept {
   if (!word_) return 0;
   return std::atomic_ref<std::uint64_t>(*word_).fetch_add(1, std::memory_order_acq_rel);
+}
+
+namespace {
+std::uint64_t monotonicNanoseconds() {
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<std::uint64_t>(now.tv_sec) * 1000000000u +
+         static_cast<std::uint64_t>(now.tv_nsec);
+}
+}  // namespace
+
+void SharedChangeCounter::noteWaiting() noexcept {
+  if (!word_) return;
+  std::atomic_ref<std::uint64_t>(word_[2]).store(static_cast<std::uint64_t>(getpid()),
+                                                 std::memory_order_relaxed);
+  std::atomic_ref<std::uint64_t>(word_[1]).store(monotonicNanoseconds(), std::memory_order_release);
+}
+
+bool SharedChangeCounter::anotherProcessWaiting() const noexcept {
+  if (!word_) return false;
+  std::uint64_t since = std::atomic_ref<std::uint64_t>(word_[1]).load(std::memory_order_acquire);
+  std::uint64_t pid = std::atomic_ref<std::uint64_t>(word_[2]).load(std::memory_order_relaxed);
+  return pid != static_cast<std::uint64_t>(getpid()) && since != 0 &&
+         monotonicNanoseconds() - since < 5000000;  // within the last 5 ms
 }
 
 // ---- KeyValueTable ----
@@ -357,7 +387,8 @@ KeyValueTable::OpenResult KeyValueTable::openConnection() {
       sqlite3_open_v2(path_.c_str(), &db_,
                       SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
   if (rc == SQLITE_OK) {
-    rc = sqlite3_busy_timeout(db_, gBusyTimeoutMilliseconds.load(std::memory_order_relaxed));
+    busyTimeoutMilliseconds_ = gBusyTimeoutMilliseconds.load(std::memory_order_relaxed);
+    rc = sqlite3_busy_handler(db_, &KeyValueTable::waitWhileBusy, this);
   }
   std::string mode;
   if (rc == SQLITE_OK) rc = queryText(db_, "PRAGMA journal_mode = WAL", mode);
@@ -395,6 +426,22 @@ KeyValueTable::OpenResult KeyValueTable::openConnection() {
   lastError_ = db_ ? sqlite3_errmsg(db_) : sqlite3_errstr(rc);
   closeConnection();
   return corrupt ? OpenResult::Corrupt : OpenResult::Failed;
+}
+
+// Called by SQLite while another connection holds the lock: nap for a millisecond or two and try
+// again until the busy timeout has passed. SQLite's own timeout handler sleeps longer and longer
+// (up to 100 ms), which lets a process that writes steadily starve the others.
+int KeyValueTable::waitWhileBusy(void* self, int attempt) {
+  auto* table = static_cast<KeyValueTable*>(self);
+  table->counter_.noteWaiting();
+  auto now = std::chrono::steady_clock::now();
+  if (attempt == 0) table->busySince_ = now;
+  if (now - table->busySince_ >= std::chrono::milliseconds(table->busyTimeoutMilliseconds_)) {
+    return 0;
+  }
+  // Spread the naps out, so that waiting processes do not wake in step.
+  std::this_thread::sleep_for(std::chrono::microseconds(500 + (attempt * 7919) % 1500));
+  return 1;
 }
 
 void KeyValueTable::closeConnection() {
@@ -544,6 +591,9 @@ KeyValueTable::Status KeyValueTable::load(platform::Dictionary& out) {
 }
 
 int KeyValueTable::writeChanges(const KeyValueChanges& changes) {
+  // A process that writes steadily would otherwise take the lock again the moment it let it go;
+  // when another process has been waiting for it, leave the lock free for its next try.
+  if (counter_.anotherProcessWaiting()) std::this_thread::sleep_for(std::chrono::milliseconds(2));
   int rc;
   {
     StatementUse use(statements_->begin);

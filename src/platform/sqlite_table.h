@@ -14,6 +14,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -29,7 +30,8 @@ namespace norvik::detail {
 
 // A 64-bit counter in a small file that every process of a database maps shared. A writer adds one
 // after each commit; a reader compares it with the value it last loaded at, so that learning of
-// another process's write costs one atomic load. The file also serves as the database's lock file.
+// another process's write costs one atomic load. The file also serves as the database's lock file
+// and tells writers when another process is waiting for the write lock.
 class SharedChangeCounter {
  public:
   SharedChangeCounter() = default;
@@ -45,6 +47,10 @@ class SharedChangeCounter {
   std::uint64_t load() const noexcept;
   // Adds one and returns the value before.
   std::uint64_t bump() noexcept;
+  // Records that this process is waiting for another's write lock; a hint for fairness only.
+  void noteWaiting() noexcept;
+  // Whether a process other than this one waited for the write lock within the last 5 ms.
+  bool anotherProcessWaiting() const noexcept;
   int fd() const noexcept { return fd_; }
 
  private:
@@ -127,6 +133,7 @@ class KeyValueTable {
   int readRows(platform::Dictionary& out);
   std::int64_t dataVersion();
   void reportFailure(bool& reported, std::string_view what, std::string_view detail);
+  static int waitWhileBusy(void* self, int attempt);
 
   const std::string path_;
   const std::string counterPath_;
@@ -139,6 +146,8 @@ class KeyValueTable {
   std::uint64_t loadedMark_ = ~std::uint64_t{0};  // counter value at the last load
   std::int64_t loadedDataVersion_ = -1;
   std::string lastError_;  // why the last open failed
+  int busyTimeoutMilliseconds_ = 5000;
+  std::chrono::steady_clock::time_point busySince_;
   bool reportedReadFailure_ = false;
   bool reportedWriteFailure_ = false;
 };
