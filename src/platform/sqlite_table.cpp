@@ -297,9 +297,10 @@ void SharedChangeCounter::noteWaiting() noexcept {
 bool SharedChangeCounter::anotherProcessWaiting() const noexcept {
   if (!word_) return false;
   std::uint64_t since = std::atomic_ref<std::uint64_t>(word_[1]).load(std::memory_order_acquire);
+  if (since == 0 || monotonicNanoseconds() - since >= 5000000)
+    return false;  // not in the last 5 ms
   std::uint64_t pid = std::atomic_ref<std::uint64_t>(word_[2]).load(std::memory_order_relaxed);
-  return pid != static_cast<std::uint64_t>(getpid()) && since != 0 &&
-         monotonicNanoseconds() - since < 5000000;  // within the last 5 ms
+  return pid != static_cast<std::uint64_t>(getpid());
 }
 
 // ---- KeyValueTable ----
@@ -600,6 +601,8 @@ int KeyValueTable::writeChanges(const KeyValueChanges& changes) {
     rc = sqlite3_step(statements_->begin);
   }
   if (rc != SQLITE_DONE) return rc;
+  // Inside the transaction the locks are held already, so this costs no extra file locking.
+  if (dataVersion() != loadedDataVersion_) loadedMark_ = ~std::uint64_t{0};
   rc = SQLITE_OK;
   for (const auto& [key, value] : changes) {
     sqlite3_stmt* stmt = value.isNull() ? statements_->remove : statements_->upsert;
@@ -630,7 +633,8 @@ KeyValueTable::Status KeyValueTable::commit(const KeyValueChanges& changes) {
     reportFailure(reportedWriteFailure_, what, why);
     return Status::Failed;
   };
-  Status status = connect();
+  // The owner's synchronize() has just checked that the file is still the one open.
+  Status status = db_ ? Status::Ok : connect();
   if (status == Status::Failed) return fail(lastError_);
   int rc = writeChanges(changes);
   if (isCorruption(rc)) {
@@ -642,7 +646,8 @@ KeyValueTable::Status KeyValueTable::commit(const KeyValueChanges& changes) {
   if (rc != SQLITE_OK) return fail(sqlite3_errmsg(db_));
   reportedWriteFailure_ = false;
   // Other processes reload when they see the counter move. The owner's rows stay current when
-  // nobody else committed since they were loaded.
+  // nobody else committed since they were loaded (neither the counter nor the data version
+  // moved; writeChanges made loadedMark_ unmatchable otherwise).
   std::uint64_t before = counter_.bump();
   if (before == loadedMark_) loadedMark_ = before + 1;
   return status;

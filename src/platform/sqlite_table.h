@@ -105,12 +105,13 @@ class KeyValueTable {
   bool stale() const noexcept;
   // Marks the rows as stale when another connection committed since the last load (an exact
   // check with `PRAGMA data_version`, which also catches a writer that died before it could move
-  // the shared counter).
+  // the shared counter). commit() makes the same check inside its transaction.
   void checkForeignCommits();
 
   // Reads every row (rows this version cannot read are left out). Connects first.
   Status load(platform::Dictionary& out);
-  // Commits the changes in one durable transaction and tells the other processes. When no other
+  // Commits the changes in one durable transaction and tells the other processes (connecting
+  // first only when no connection is open: call connect() to notice a replaced file). When no other
   // process committed since the last load, the rows loaded then with these changes applied are
   // still current and stale() stays false.
   Status commit(const KeyValueChanges& changes);

@@ -15,6 +15,8 @@ DefaultsStore::DefaultsStore(std::string path, const KeyValueTableSpec& spec)
 
 DefaultsStore::~DefaultsStore() {
   std::lock_guard guard(mutex_);
+  if (pending_.empty()) return;
+  if (table_.connect() == KeyValueTable::Status::Recovered) adoptRecoveredLocked();
   if (!pending_.empty() && table_.commit(pending_) == KeyValueTable::Status::Failed) {
     table_.log("unsaved changes lost at exit");
   }
@@ -91,8 +93,9 @@ bool DefaultsStore::synchronize() {
       adoptRecoveredLocked();
       if (!pending_.empty()) return false;
     }
+  } else {
+    table_.checkForeignCommits();  // a commit checks this inside its own transaction
   }
-  table_.checkForeignCommits();
   refreshLocked();
   return true;
 }
