@@ -1,5 +1,6 @@
 // The settings' storage under stress: several processes at once, a writer killed at random points,
-// damaged and replaced files, a container that cannot be written and a database held locked.
+// damaged and replaced files, a container that cannot be written, a full disk and a database held
+// locked.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -349,6 +350,15 @@ TEST_F(StoreDurabilityTest, AnUnwritableContainerFailsClearlyAndKeepsTheValue) {
   // One line per store when the write fails, one when the process ends with the values unsaved.
   EXPECT_EQ(countLines(helper.errText, "kept in memory"), 2) << helper.errText;
   EXPECT_EQ(countLines(helper.errText, "lost at exit"), 2) << helper.errText;
+}
+
+TEST_F(StoreDurabilityTest, AFullDiskFailsClearlyKeepsTheValueAndSavesItWhenThereIsRoom) {
+  fs::create_directories(container());
+  Helper helper({"disk-full"}, container());
+  EXPECT_EQ(helper.wait(20), 0) << helper.errText;
+  EXPECT_EQ(countLines(helper.errText, "kept in memory"), 1) << helper.errText;
+  EXPECT_EQ(UserDefaults(kSuite).dataForKey("big").value_or(Data()).size(), 1u << 20);
+  EXPECT_EQ(integrityCheck(databasePath()), "ok");
 }
 
 }  // namespace

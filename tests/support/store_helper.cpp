@@ -13,7 +13,12 @@
 //   norvik_store_helper unwritable
 //       Expects a container it cannot write (it gives up root first): the write must fail, the
 //       value must stay readable, and nothing may crash. Exit 0 when that held.
+//   norvik_store_helper disk-full
+//       Limits the size of the files it writes to 256 KiB and stores 1 MiB: the write must fail
+//       and stay readable, and be saved once the limit is lifted. Exit 0 when that held.
 
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -124,6 +129,26 @@ int unwritable() {
   return failures;
 }
 
+int diskFull() {
+  signal(SIGXFSZ, SIG_IGN);  // a write past the limit fails with EFBIG instead
+  UserDefaults defaults(kNVAppGroupIdentifier);
+  defaults.setInteger(1, "small");
+  if (!defaults.synchronize()) return 20;
+  rlimit room{};
+  getrlimit(RLIMIT_FSIZE, &room);
+  rlimit full = room;
+  full.rlim_cur = 256 * 1024;  // no file may grow past 256 KiB: the disk is full
+  if (setrlimit(RLIMIT_FSIZE, &full) != 0) return 21;
+  norvik::platform::Data big(1 << 20, 0x5a);
+  defaults.setObject(Value(big), "big");
+  int failures = 0;
+  if (defaults.synchronize()) ++failures;
+  if (defaults.dataForKey("big") != big) ++failures;
+  setrlimit(RLIMIT_FSIZE, &room);
+  if (!defaults.synchronize()) ++failures;  // saved once there is room again
+  return failures;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -133,6 +158,7 @@ int main(int argc, char** argv) {
   }
   if (mode == "stream") return stream();
   if (mode == "unwritable") return unwritable();
-  std::fprintf(stderr, "usage: norvik_store_helper exchange|stream|unwritable ...\n");
+  if (mode == "disk-full") return diskFull();
+  std::fprintf(stderr, "usage: norvik_store_helper exchange|stream|unwritable|disk-full ...\n");
   return 2;
 }
