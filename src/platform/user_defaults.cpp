@@ -120,8 +120,9 @@ UserDefaults::UserDefaults(std::string_view suiteName) : suiteName_(suiteName) {
     return;
   }
   try {
-    store_ = detail::defaultsStoreForPath(container + "/" + std::string(kPreferencesFolder) + "/" +
-                                          suiteName_ + ".sqlite");
+    store_ = detail::defaultsStoreForPath(
+        container + "/" + std::string(kPreferencesFolder) + "/" + suiteName_ + ".sqlite",
+        detail::kUserDefaultsTable);
   } catch (const std::exception& e) {
     logProblem(suiteName, e.what());
     store_.reset();

@@ -1,502 +1,50 @@
 #include "platform/user_defaults_store.h"
 
-#include <fcntl.h>
-#include <sqlite3.h>
-#include <sys/file.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <cerrno>
-#include <cmath>
-#include <cstdio>
-#include <cstring>
-#include <ctime>
-#include <limits>
 #include <unordered_map>
 #include <utility>
 
-#include "norvik/platform/environment.h"
-#include "norvik/platform/property_list.h"
-
 namespace norvik::detail {
-namespace {
 
-using platform::Value;
+const KeyValueTableSpec kUserDefaultsTable{"user defaults", "defaults", true, 0, true};
 
-static_assert(std::atomic_ref<std::uint64_t>::is_always_lock_free,
-              "the shared change counter needs a lock-free 64-bit atomic");
-
-// How a value is kept in the `kind` column. Scalars and dates are stored natively in `value`;
-// arrays and dictionaries as a binary property list. The numbers are part of the file format.
-enum Kind : int {
-  kKindBoolean = 1,
-  kKindInteger = 2,
-  kKindReal = 3,  // a NULL value column is NaN, which SQLite cannot store as a REAL
-  kKindString = 4,
-  kKindDate = 5,  // seconds since 1970
-  kKindData = 6,
-  kKindPropertyList = 7,
-};
-
-constexpr int kBusyTimeoutMilliseconds = 5000;
-
-void logMessage(const std::string& path, const char* what, const char* detail) {
-  std::fprintf(stderr, "norvik: user defaults %s: %s%s%s\n", path.c_str(), what,
-               detail && *detail ? ": " : "", detail ? detail : "");
-}
-
-bool isCorruption(int rc) {
-  int primary = rc & 0xff;
-  return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
-}
-
-// Runs one constant statement to completion; returns the SQLite result code.
-int execute(sqlite3* db, const char* sql) {
-  sqlite3_stmt* stmt = nullptr;
-  int rc = sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr);
-  if (rc != SQLITE_OK) return rc;
-  do {
-    rc = sqlite3_step(stmt);
-  } while (rc == SQLITE_ROW);
-  sqlite3_finalize(stmt);
-  return rc == SQLITE_DONE ? SQLITE_OK : rc;
-}
-
-// The first column of the first row of a constant statement, or the error code.
-int queryText(sqlite3* db, const char* sql, std::string& out) {
-  sqlite3_stmt* stmt = nullptr;
-  int rc = sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr);
-  if (rc != SQLITE_OK) return rc;
-  rc = sqlite3_step(stmt);
-  if (rc == SQLITE_ROW) {
-    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0));
-    out = text ? text : "";
-    rc = SQLITE_OK;
-  } else if (rc == SQLITE_DONE) {
-    out.clear();
-    rc = SQLITE_OK;
-  }
-  sqlite3_finalize(stmt);
-  return rc;
-}
-
-// Resets a statement when it goes out of scope, so that no read transaction stays open.
-class StatementUse {
- public:
-  explicit StatementUse(sqlite3_stmt* stmt) : stmt_(stmt) {}
-  ~StatementUse() {
-    sqlite3_reset(stmt_);
-    sqlite3_clear_bindings(stmt_);
-  }
-  StatementUse(const StatementUse&) = delete;
-  StatementUse& operator=(const StatementUse&) = delete;
-
- private:
-  sqlite3_stmt* stmt_;
-};
-
-// An exclusive advisory lock on the counter file: opening, setting aside and replacing the database
-// happen under it, so that two processes never replace each other's fresh database.
-class FileLock {
- public:
-  explicit FileLock(int fd) : fd_(fd) {
-    while (flock(fd_, LOCK_EX) != 0 && errno == EINTR) {
-    }
-  }
-  ~FileLock() { flock(fd_, LOCK_UN); }
-  FileLock(const FileLock&) = delete;
-  FileLock& operator=(const FileLock&) = delete;
-
- private:
-  int fd_;
-};
-
-std::string timestampSuffix() {
-  auto seconds = static_cast<std::time_t>(platform::currentEnvironment()->nowSeconds());
-  std::tm parts{};
-  gmtime_r(&seconds, &parts);
-  char buffer[32];
-  std::strftime(buffer, sizeof buffer, "%Y%m%dT%H%M%SZ", &parts);
-  return buffer;
-}
-
-// Creates `path` and any missing parents with mode 0700; true when it exists as a directory.
-bool makeDirectories(const std::string& path) {
-  struct stat st;
-  if (stat(path.c_str(), &st) == 0) return S_ISDIR(st.st_mode);
-  for (std::size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
-    std::string prefix = path.substr(0, slash);
-    if (mkdir(prefix.c_str(), 0700) != 0 && errno != EEXIST) return false;
-    if (slash == std::string::npos) break;
-  }
-  return stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
-}
-
-bool makeParentDirectories(const std::string& path) {
-  std::size_t slash = path.rfind('/');
-  return slash == std::string::npos || slash == 0 || makeDirectories(path.substr(0, slash));
-}
-
-bool pathExists(const std::string& path) {
-  struct stat st;
-  return lstat(path.c_str(), &st) == 0;
-}
-
-}  // namespace
-
-int bindRowValue(sqlite3_stmt* stmt, int kindIndex, int valueIndex, const Value& value) {
-  static const std::uint8_t kEmpty = 0;  // a non-null pointer stores an empty blob, not NULL
-  switch (value.type()) {
-    case Value::Type::Boolean:
-      sqlite3_bind_int(stmt, kindIndex, kKindBoolean);
-      return sqlite3_bind_int(stmt, valueIndex, value.boolValue().value_or(false) ? 1 : 0);
-    case Value::Type::Integer:
-      sqlite3_bind_int(stmt, kindIndex, kKindInteger);
-      return sqlite3_bind_int64(stmt, valueIndex, value.int64Value().value_or(0));
-    case Value::Type::Real: {
-      sqlite3_bind_int(stmt, kindIndex, kKindReal);
-      double d = value.doubleValue().value_or(0.0);
-      return std::isnan(d) ? sqlite3_bind_null(stmt, valueIndex)
-                           : sqlite3_bind_double(stmt, valueIndex, d);
-    }
-    case Value::Type::String: {
-      sqlite3_bind_int(stmt, kindIndex, kKindString);
-      const std::string& s = *value.string();
-      return sqlite3_bind_text64(stmt, valueIndex, s.data(), s.size(), SQLITE_TRANSIENT,
-                                 SQLITE_UTF8);
-    }
-    case Value::Type::Date:
-      sqlite3_bind_int(stmt, kindIndex, kKindDate);
-      return sqlite3_bind_double(stmt, valueIndex, value.date()->timeIntervalSince1970());
-    case Value::Type::Data: {
-      sqlite3_bind_int(stmt, kindIndex, kKindData);
-      const platform::Data& d = *value.data();
-      return sqlite3_bind_blob64(stmt, valueIndex, d.empty() ? &kEmpty : d.data(), d.size(),
-                                 SQLITE_TRANSIENT);
-    }
-    case Value::Type::Array:
-    case Value::Type::Dictionary: {
-      sqlite3_bind_int(stmt, kindIndex, kKindPropertyList);
-      platform::Data bytes =
-          platform::encodePropertyList(value, platform::PropertyListFormat::Binary);
-      return sqlite3_bind_blob64(stmt, valueIndex, bytes.empty() ? &kEmpty : bytes.data(),
-                                 bytes.size(), SQLITE_TRANSIENT);
-    }
-    case Value::Type::Null:
-      break;
-  }
-  return SQLITE_MISUSE;
-}
-
-// The value of one row; std::nullopt for a kind this version does not know or a damaged blob, so
-// that such rows are left alone rather than misread.
-std::optional<Value> rowValue(sqlite3_stmt* stmt, int kindColumn, int valueColumn) {
-  bool isNull = sqlite3_column_type(stmt, valueColumn) == SQLITE_NULL;
-  switch (sqlite3_column_int(stmt, kindColumn)) {
-    case kKindBoolean:
-      return Value(sqlite3_column_int64(stmt, valueColumn) != 0);
-    case kKindInteger:
-      return Value(static_cast<long long>(sqlite3_column_int64(stmt, valueColumn)));
-    case kKindReal:
-      return Value(isNull ? std::numeric_limits<double>::quiet_NaN()
-                          : sqlite3_column_double(stmt, valueColumn));
-    case kKindString: {
-      const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, valueColumn));
-      int size = sqlite3_column_bytes(stmt, valueColumn);
-      return Value(std::string(text ? text : "", text ? static_cast<std::size_t>(size) : 0));
-    }
-    case kKindDate:
-      return Value(platform::Date(sqlite3_column_double(stmt, valueColumn)));
-    case kKindData: {
-      const auto* bytes = static_cast<const std::uint8_t*>(sqlite3_column_blob(stmt, valueColumn));
-      int size = sqlite3_column_bytes(stmt, valueColumn);
-      return Value(bytes ? platform::Data(bytes, bytes + size) : platform::Data());
-    }
-    case kKindPropertyList: {
-      const auto* bytes = static_cast<const char*>(sqlite3_column_blob(stmt, valueColumn));
-      int size = sqlite3_column_bytes(stmt, valueColumn);
-      if (!bytes) return std::nullopt;
-      auto decoded =
-          platform::decodePropertyList(std::string_view(bytes, static_cast<std::size_t>(size)));
-      if (!decoded || !(decoded->isArray() || decoded->isDictionary())) return std::nullopt;
-      return decoded;
-    }
-    default:
-      return std::nullopt;
-  }
-}
-
-namespace {}  // namespace
-
-// ---- SharedChangeCounter ----
-
-SharedChangeCounter::~SharedChangeCounter() {
-  if (word_) munmap(word_, sizeof(std::uint64_t));
-  if (fd_ >= 0) ::close(fd_);
-}
-
-bool SharedChangeCounter::open(const std::string& path) {
-  int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-  if (fd < 0) return false;
-  struct stat st;
-  bool ok = fstat(fd, &st) == 0;
-  if (ok && (st.st_mode & 07777) != 0600 && st.st_uid == geteuid()) fchmod(fd, 0600);
-  // A new (or truncated) file grows to one zeroed word; a longer one keeps its first word.
-  if (ok && st.st_size < static_cast<off_t>(sizeof(std::uint64_t))) {
-    ok = ftruncate(fd, sizeof(std::uint64_t)) == 0;
-  }
-  void* map = ok ? mmap(nullptr, sizeof(std::uint64_t), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0)
-                 : MAP_FAILED;
-  if (map == MAP_FAILED) {
-    int saved = errno;
-    ::close(fd);
-    errno = saved;
-    return false;
-  }
-  if (word_) munmap(word_, sizeof(std::uint64_t));
-  if (fd_ >= 0) ::close(fd_);
-  fd_ = fd;
-  word_ = static_cast<std::uint64_t*>(map);
-  return true;
-}
-
-bool SharedChangeCounter::replaced(const std::string& path) const {
-  struct stat onDisk, mapped;
-  if (fd_ < 0 || fstat(fd_, &mapped) != 0 || stat(path.c_str(), &onDisk) != 0) return true;
-  return onDisk.st_dev != mapped.st_dev || onDisk.st_ino != mapped.st_ino;
-}
-
-std::uint64_t SharedChangeCounter::load() const noexcept {
-  if (!word_) return 0;
-  return std::atomic_ref<std::uint64_t>(*word_).load(std::memory_order_acquire);
-}
-
-std::uint64_t SharedChangeCounter::bump() noexcept {
-  if (!word_) return 0;
-  return std::atomic_ref<std::uint64_t>(*word_).fetch_add(1, std::memory_order_acq_rel);
-}
-
-// ---- DefaultsStore ----
-
-struct DefaultsStore::Statements {
-  sqlite3_stmt* selectAll = nullptr;
-  sqlite3_stmt* upsert = nullptr;
-  sqlite3_stmt* remove = nullptr;
-  sqlite3_stmt* begin = nullptr;
-  sqlite3_stmt* commit = nullptr;
-  sqlite3_stmt* rollback = nullptr;
-
-  ~Statements() {
-    for (sqlite3_stmt* s : {selectAll, upsert, remove, begin, commit, rollback}) {
-      sqlite3_finalize(s);
-    }
-  }
-
-  int prepare(sqlite3* db) {
-    const std::pair<sqlite3_stmt**, const char*> all[] = {
-        {&selectAll, "SELECT key, kind, value FROM defaults"},
-        {&upsert, "INSERT OR REPLACE INTO defaults (key, kind, value) VALUES (?1, ?2, ?3)"},
-        {&remove, "DELETE FROM defaults WHERE key = ?1"},
-        {&begin, "BEGIN IMMEDIATE"},
-        {&commit, "COMMIT"},
-        {&rollback, "ROLLBACK"},
-    };
-    for (const auto& [stmt, sql] : all) {
-      int rc = sqlite3_prepare_v3(db, sql, -1, SQLITE_PREPARE_PERSISTENT, stmt, nullptr);
-      if (rc != SQLITE_OK) return rc;
-    }
-    return SQLITE_OK;
-  }
-};
-
-DefaultsStore::DefaultsStore(std::string path)
-    : path_(std::move(path)), counterPath_(path_ + ".counter") {}
-
-std::shared_ptr<DefaultsStore> DefaultsStore::open(const std::string& path) {
-  std::shared_ptr<DefaultsStore> store(new DefaultsStore(path));
-  std::lock_guard guard(store->mutex_);
-  if (!store->reopenLocked()) return nullptr;
-  return store;
-}
-
-bool DefaultsStore::revalidate() {
+DefaultsStore::DefaultsStore(std::string path, const KeyValueTableSpec& spec)
+    : table_(std::move(path), spec) {
   std::lock_guard guard(mutex_);
-  if (db_ && !databaseFileReplacedLocked()) return true;
-  return reopenLocked();
+  refreshLocked();
 }
 
 DefaultsStore::~DefaultsStore() {
   std::lock_guard guard(mutex_);
-  if (db_ && !pending_.empty()) {
-    if (writeLocked(pending_) == SQLITE_OK) {
-      counter_.bump();
-    } else {
-      logMessage(path_, "unsaved changes lost at exit", sqlite3_errmsg(db_));
-    }
+  if (pending_.empty()) return;
+  if (table_.connect() == KeyValueTable::Status::Recovered) adoptRecoveredLocked();
+  if (!pending_.empty() && table_.commit(pending_) == KeyValueTable::Status::Failed) {
+    table_.log("unsaved changes lost at exit");
   }
-  closeConnectionLocked();
 }
 
-DefaultsStore::OpenResult DefaultsStore::openConnectionLocked() {
-  closeConnectionLocked();
-  // The file is made here, not by SQLite, so that it is 0600 from the start; SQLite gives its
-  // journal and shared-memory files the same mode.
-  int fd = ::open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-  if (fd < 0) {
-    logMessage(path_, "cannot open the database", std::strerror(errno));
-    return OpenResult::Failed;
-  }
-  struct stat st;
-  bool ok = fstat(fd, &st) == 0;
-  if (ok && (st.st_mode & 07777) != 0600 && st.st_uid == geteuid()) fchmod(fd, 0600);
-  ::close(fd);
-  if (!ok) return OpenResult::Failed;
-  device_ = st.st_dev;
-  inode_ = st.st_ino;
-
-  int rc =
-      sqlite3_open_v2(path_.c_str(), &db_,
-                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
-  if (rc == SQLITE_OK) rc = sqlite3_busy_timeout(db_, kBusyTimeoutMilliseconds);
-  std::string mode;
-  if (rc == SQLITE_OK) rc = queryText(db_, "PRAGMA journal_mode = WAL", mode);
-  // A file system without shared memory keeps the rollback journal; the store still works.
-  if (rc == SQLITE_OK && mode != "wal")
-    logMessage(path_, "write-ahead log unavailable", mode.c_str());
-  // FULL makes every commit durable: the log is synced before COMMIT returns.
-  if (rc == SQLITE_OK) rc = execute(db_, "PRAGMA synchronous = FULL");
-  if (rc == SQLITE_OK) {
-    rc = execute(db_,
-                 "CREATE TABLE IF NOT EXISTS defaults ("
-                 "key TEXT PRIMARY KEY NOT NULL, kind INTEGER NOT NULL, value) WITHOUT ROWID");
-  }
-  std::string check;
-  if (rc == SQLITE_OK) rc = queryText(db_, "PRAGMA quick_check", check);
-  if (rc == SQLITE_OK && check != "ok") rc = SQLITE_CORRUPT;
-  if (rc == SQLITE_OK) {
-    statements_ = std::make_unique<Statements>();
-    rc = statements_->prepare(db_);
-  }
-  if (rc == SQLITE_OK) return OpenResult::Ok;
-
-  bool corrupt = isCorruption(rc);
-  if (!corrupt) logMessage(path_, "cannot open the database", db_ ? sqlite3_errmsg(db_) : "");
-  closeConnectionLocked();
-  return corrupt ? OpenResult::Corrupt : OpenResult::Failed;
+void DefaultsStore::revalidate() {
+  std::lock_guard guard(mutex_);
+  if (table_.connect() == KeyValueTable::Status::Recovered) adoptRecoveredLocked();
 }
 
-void DefaultsStore::closeConnectionLocked() {
-  statements_.reset();
-  if (db_) sqlite3_close_v2(db_);
-  db_ = nullptr;
-}
-
-bool DefaultsStore::openOrRecoverLocked() {
-  OpenResult result = openConnectionLocked();
-  if (result == OpenResult::Corrupt) {
-    setAsideDamagedFileLocked();
-    result = openConnectionLocked();
-  }
-  return result == OpenResult::Ok;
-}
-
-void DefaultsStore::setAsideDamagedFileLocked() {
-  closeConnectionLocked();
-  std::string target = path_ + ".corrupt-" + timestampSuffix();
-  for (int n = 1; pathExists(target) || pathExists(target + "-wal"); ++n) {
-    target = path_ + ".corrupt-" + timestampSuffix() + "-" + std::to_string(n);
-  }
-  if (std::rename(path_.c_str(), target.c_str()) != 0) {
-    // Cannot keep it; a damaged file must still not stop the store from working.
-    logMessage(path_, "cannot set aside the damaged database, removing it", std::strerror(errno));
-    ::unlink(path_.c_str());
-    target.clear();
-  }
-  // The log belongs to the damaged file; a fresh database must not replay it.
-  std::string wal = path_ + "-wal";
-  if (pathExists(wal) &&
-      (target.empty() || std::rename(wal.c_str(), (target + "-wal").c_str()) != 0)) {
-    ::unlink(wal.c_str());
-  }
-  ::unlink((path_ + "-shm").c_str());
-  std::string detail = target.empty() ? "removed" : "moved to " + target;
-  logMessage(path_, "the database was damaged and has been replaced by an empty one",
-             detail.c_str());
-}
-
-bool DefaultsStore::databaseFileReplacedLocked() const {
-  struct stat st;
-  if (stat(path_.c_str(), &st) != 0) return true;
-  return st.st_dev != device_ || st.st_ino != inode_;
-}
-
-// (Re)opens the counter and the database, making their directory when it is missing; the copy
-// held so far is dropped and the next read loads the file afresh.
-bool DefaultsStore::reopenLocked() {
+// The table is a fresh, empty database in place of a damaged one: what this process holds (the
+// loaded copy with its unsaved changes) becomes the table's content, now or at the next save.
+void DefaultsStore::adoptRecoveredLocked() {
+  for (const auto& [key, value] : cache_) pending_.insert_or_assign(key, value);
+  if (table_.commit(pending_) != KeyValueTable::Status::Failed) pending_.clear();
   loaded_ = false;
-  if (!makeParentDirectories(path_)) {
-    logMessage(path_, "cannot create the directory", std::strerror(errno));
-    closeConnectionLocked();
-    return false;
-  }
-  if (counter_.fd() < 0 || counter_.replaced(counterPath_)) {
-    if (!counter_.open(counterPath_)) {
-      logMessage(path_, "cannot open the change counter", std::strerror(errno));
-      closeConnectionLocked();
-      return false;
-    }
-  }
-  FileLock lock(counter_.fd());
-  return openOrRecoverLocked();
-}
-
-// The connection found its file damaged. Unless another process has already replaced the file, set
-// it aside and write what this process knows of the suite into the fresh database.
-bool DefaultsStore::recoverFromCorruptionLocked() {
-  {
-    FileLock lock(counter_.fd());
-    if (databaseFileReplacedLocked()) {
-      if (!openOrRecoverLocked()) return false;
-      loaded_ = false;
-      return true;
-    }
-    setAsideDamagedFileLocked();
-    if (openConnectionLocked() != OpenResult::Ok) return false;
-  }
-  std::map<std::string, Value, std::less<>> everything(cache_.begin(), cache_.end());
-  if (writeLocked(everything) == SQLITE_OK) {
-    pending_.clear();
-  }
-  counter_.bump();
-  loaded_ = false;
-  return true;
 }
 
 void DefaultsStore::refreshLocked() {
-  std::uint64_t current = counter_.load();
-  if (loaded_ && current == loadedCounter_) return;
-  if (loaded_ && databaseFileReplacedLocked() && !reopenLocked()) return;
-  // Another process may be committing right now; its counter bump comes after its commit, so
-  // loading at `current` or later is never older than `current` says.
-  current = counter_.load();
+  if (loaded_ && !table_.stale()) return;
   platform::Dictionary fresh;
-  int rc = db_ ? loadLocked(fresh) : SQLITE_CANTOPEN;
-  if (isCorruption(rc) && recoverFromCorruptionLocked()) {
-    current = counter_.load();
+  KeyValueTable::Status status = table_.load(fresh);
+  if (status == KeyValueTable::Status::Failed) return;  // keep serving the copy already held
+  if (status == KeyValueTable::Status::Recovered) {
+    adoptRecoveredLocked();
     fresh.clear();
-    rc = loadLocked(fresh);
+    if (table_.load(fresh) == KeyValueTable::Status::Failed) return;
   }
-  if (rc != SQLITE_OK) {
-    // Keep serving the copy already held; the next read tries again.
-    if (!reportedLoadFailure_) {
-      logMessage(path_, "cannot read the database", db_ ? sqlite3_errmsg(db_) : "");
-      reportedLoadFailure_ = true;
-    }
-    return;
-  }
-  reportedLoadFailure_ = false;
   for (const auto& [key, value] : pending_) {
     if (value.isNull()) {
       fresh.erase(key);
@@ -506,68 +54,16 @@ void DefaultsStore::refreshLocked() {
   }
   cache_ = std::move(fresh);
   loaded_ = true;
-  loadedCounter_ = current;
 }
 
-int DefaultsStore::loadLocked(platform::Dictionary& out) {
-  sqlite3_stmt* stmt = statements_->selectAll;
-  StatementUse use(stmt);
-  int rc;
-  while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
-    const auto* key = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0));
-    int keySize = sqlite3_column_bytes(stmt, 0);
-    if (!key) continue;
-    if (auto value = rowValue(stmt, 1, 2)) {
-      out.insert_or_assign(std::string(key, static_cast<std::size_t>(keySize)), std::move(*value));
-    }
-  }
-  return rc == SQLITE_DONE ? SQLITE_OK : rc;
-}
-
-int DefaultsStore::writeLocked(const std::map<std::string, Value, std::less<>>& changes) {
-  int rc;
-  {
-    StatementUse use(statements_->begin);
-    rc = sqlite3_step(statements_->begin);
-  }
-  if (rc != SQLITE_DONE) return rc;
-  rc = SQLITE_OK;
-  for (const auto& [key, value] : changes) {
-    sqlite3_stmt* stmt = value.isNull() ? statements_->remove : statements_->upsert;
-    StatementUse use(stmt);
-    rc = sqlite3_bind_text64(stmt, 1, key.data(), key.size(), SQLITE_STATIC, SQLITE_UTF8);
-    if (rc == SQLITE_OK && !value.isNull()) rc = bindRowValue(stmt, 2, 3, value);
-    if (rc == SQLITE_OK) rc = sqlite3_step(stmt);
-    if (rc != SQLITE_DONE) break;
-    rc = SQLITE_OK;
-  }
-  if (rc == SQLITE_OK) {
-    StatementUse use(statements_->commit);
-    rc = sqlite3_step(statements_->commit);
-    if (rc == SQLITE_DONE) return SQLITE_OK;
-  }
-  if (!sqlite3_get_autocommit(db_)) {
-    StatementUse use(statements_->rollback);
-    sqlite3_step(statements_->rollback);
-  }
-  return rc;
-}
-
-// After this process committed: tell the others, and keep the copy current if nobody else wrote
-// since it was loaded (otherwise the next read reloads).
-void DefaultsStore::noteCommitLocked() {
-  std::uint64_t before = counter_.bump();
-  if (loaded_ && before == loadedCounter_) loadedCounter_ = before + 1;
-}
-
-Value DefaultsStore::object(std::string_view key) {
+platform::Value DefaultsStore::object(std::string_view key) {
   std::lock_guard guard(mutex_);
   refreshLocked();
   auto it = cache_.find(key);
-  return it == cache_.end() ? Value() : it->second;
+  return it == cache_.end() ? platform::Value() : it->second;
 }
 
-void DefaultsStore::set(std::string_view key, Value value) {
+void DefaultsStore::set(std::string_view key, platform::Value value) {
   std::lock_guard guard(mutex_);
   refreshLocked();
   if (value.isNull()) {
@@ -586,30 +82,26 @@ platform::Dictionary DefaultsStore::snapshot() {
 
 bool DefaultsStore::synchronize() {
   std::lock_guard guard(mutex_);
-  if (!db_ || databaseFileReplacedLocked()) {
-    if (!reopenLocked()) return false;
-  }
+  if (table_.connect() == KeyValueTable::Status::Recovered) adoptRecoveredLocked();
   if (!pending_.empty()) {
-    refreshLocked();  // the copy must be loaded before a recovery could write it back
-    int rc = writeLocked(pending_);
-    if (isCorruption(rc)) {
-      if (!recoverFromCorruptionLocked()) return false;
-      rc = pending_.empty() ? SQLITE_OK : writeLocked(pending_);
-    }
-    if (rc != SQLITE_OK) {
-      logMessage(path_, "cannot write the database", sqlite3_errmsg(db_));
-      return false;
-    }
+    KeyValueTable::Status status = table_.commit(pending_);
+    if (status == KeyValueTable::Status::Failed) return false;
     pending_.clear();
-    noteCommitLocked();
+    if (status == KeyValueTable::Status::Recovered) {
+      // The commit found the file damaged and wrote the changes to a fresh one; the rest of
+      // what this process holds follows.
+      adoptRecoveredLocked();
+      if (!pending_.empty()) return false;
+    }
+  } else {
+    table_.checkForeignCommits();  // a commit checks this inside its own transaction
   }
   refreshLocked();
   return true;
 }
 
-// ---- registry ----
-
-std::shared_ptr<DefaultsStore> defaultsStoreForPath(const std::string& path) {
+std::shared_ptr<DefaultsStore> defaultsStoreForPath(const std::string& path,
+                                                    const KeyValueTableSpec& spec) {
   // Guarded by `mutex`; stores stay open until the process exits.
   struct Registry {
     std::mutex mutex;
@@ -619,13 +111,13 @@ std::shared_ptr<DefaultsStore> defaultsStoreForPath(const std::string& path) {
   std::lock_guard guard(registry.mutex);
   auto it = registry.stores.find(path);
   if (it != registry.stores.end()) {
-    // A removed container (or database) is made afresh; if that fails the handle still serves
+    // A removed container (or database) is made afresh; if that fails the store still serves
     // what the process holds, and synchronize() reports the failure.
     it->second->revalidate();
     return it->second;
   }
-  auto store = DefaultsStore::open(path);
-  if (store) registry.stores.emplace(path, store);
+  auto store = std::make_shared<DefaultsStore>(path, spec);
+  registry.stores.emplace(path, store);
   return store;
 }
 

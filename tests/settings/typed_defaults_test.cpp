@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <fstream>
+
 #include "norvik/platform/build_config.h"
 #include "norvik/settings/registry.h"
 #include "settings/settings_test_support.h"
@@ -96,6 +99,27 @@ TEST_F(TypedDefaultsTest, APlainValueOfAnEarlierVersionMigratesIntoTheCache) {
   store().setObject(Value(42), "currentSignAuthID");
   EXPECT_EQ(NVUserDefaultManager::shared().signAuthID(), std::nullopt);
   EXPECT_EQ(cache().inDatabaseCache().objectForKey("currentSignAuthID"), Value(42));
+
+  // So does a blob that does not decode, once: later reads commit nothing and tell nobody.
+  store().setObject(blob("not json"), "currentUserToken");
+  EXPECT_EQ(NVUserDefaultManager::shared().currentUserToken(), std::nullopt);
+  EXPECT_EQ(cache().inDatabaseCache().objectForKey("currentUserToken"), blob("not json"));
+  auto commits = [&] {  // the table's change counter, moved by every commit of any process
+    std::ifstream counter(cache().inDatabaseCache().databasePath() + ".counter", std::ios::binary);
+    std::uint64_t value = 0;
+    counter.read(reinterpret_cast<char*>(&value), sizeof value);
+    return value;
+  };
+  std::uint64_t before = commits();
+  for (int i = 0; i < 20; ++i) {
+    EXPECT_EQ(NVUserDefaultManager::shared().currentUserToken(), std::nullopt);
+    EXPECT_EQ(NVUserDefaultManager::shared().signAuthID(), std::nullopt);
+  }
+  EXPECT_EQ(commits(), before);
+  EXPECT_EQ(cache().objectInMemory("currentUserToken"), blob("not json"));
+  // The next write of the setting replaces it everywhere.
+  NVUserDefaultManager::shared().setCurrentUserToken("new");
+  EXPECT_EQ(NVUserDefaultManager::shared().currentUserToken(), "new");
 }
 
 TEST_F(TypedDefaultsTest, WritesGoToAllThreeCopiesAndAbsentRemovesThemAll) {

@@ -32,8 +32,9 @@ class UserDefaults {
   // Opens the suite `suiteName`: norvik::kNVAppGroupIdentifier is the application group's own
   // suite; any other name gets a database file of its own in the same container. A name that is
   // empty, contains '/', ".." or a NUL character, or a container that is missing from the
-  // environment or cannot be created, gives a handle that reads nothing and writes nothing; a
-  // message goes to standard error.
+  // environment, gives a handle that reads nothing and writes nothing; a message goes to standard
+  // error. A container or database that cannot be made or written still gives a valid handle:
+  // what is set is kept and read back in memory, and synchronize() reports the failure.
   explicit UserDefaults(std::string_view suiteName);
 
   UserDefaults(const UserDefaults&) = default;
@@ -85,8 +86,11 @@ class UserDefaults {
 
   // Writes the buffered changes of this suite to the database and makes them durable on disk and
   // visible to the other processes, then takes in what other processes have written. Returns false
-  // when the database could not be written (the changes stay buffered for the next attempt) and for
-  // an invalid handle.
+  // when the database could not be written (a full disk, a read-only container, a lock held by
+  // another process past the 5 s busy timeout): the changes stay buffered and readable for the
+  // next attempt, and one line goes to standard error per run of failures. False for an invalid
+  // handle. A damaged database file is set aside beside the original as "<file>.corrupt-<time>"
+  // and replaced by a fresh one holding what this process knows.
   bool synchronize();
 
  private:

@@ -19,7 +19,7 @@
 namespace norvik {
 
 namespace detail {
-class KeyValueDatabase;
+class DefaultsStore;
 }
 
 // A key-value table in the database file "<container>/<databaseName>.sqlite" of the current
@@ -27,8 +27,11 @@ class KeyValueDatabase;
 // environment). Writes are committed before they return and are then visible to every process;
 // a process learns of another's writes through a change counter in shared memory beside the file,
 // so reads do not query the database unless something changed. Any thread may call any operation.
-// When the container or the database cannot be opened, reads give nothing, writes are dropped and
-// a message goes to standard error.
+// Without a container, reads give nothing, writes are dropped and a message goes to standard
+// error. When the database cannot be written (a full disk, a read-only container, a lock held past
+// the busy timeout), a write stays in memory, is read back from there and is saved with the next
+// write; one line goes to standard error per run of failures. A damaged file is set aside as
+// "<file>.corrupt-<time>" and replaced by a fresh one.
 class SVDatabaseUserDefaults {
  public:
   // `appGroupIdentifier` must be kNVAppGroupIdentifier (the only group the environment names a
@@ -51,7 +54,7 @@ class SVDatabaseUserDefaults {
   std::int32_t version() const noexcept { return version_; }
 
  private:
-  std::shared_ptr<detail::KeyValueDatabase> database();
+  std::shared_ptr<detail::DefaultsStore> database();
 
   std::string appGroupIdentifier_;
   std::string databaseName_;

@@ -213,7 +213,7 @@ struct DefaultsCustomUserDefaultsItemBridge {
   }
 
   // The memory copy when the store confirms it; else the database row (which refreshes the memory
-  // copy); else the store's value, which is copied into the cache so that it migrates there.
+  // copy); else the store's value, which is copied into the cache (once) so that it migrates there.
   static std::optional<Item> get(std::string_view key, const platform::UserDefaults& store) {
     auto& cache = SVCustomUserDefaultsCacheManager::shared();
     platform::Value inMemory = cache.objectInMemory(key);
@@ -236,7 +236,13 @@ struct DefaultsCustomUserDefaultsItemBridge {
     }
     if (!inStore.isNull()) {
       std::optional<Item> item = deserialize(inStore);
-      cache.set(inStore, key);
+      // The store's value moves into the cache once, as it is, even when it does not convert:
+      // later reads find it there and write nothing.
+      if (cache.inDatabaseCache().objectForKey(key) != inStore) {
+        cache.set(inStore, key);
+      } else if (inMemory != inStore) {
+        cache.updateCacheInMemory(inStore, key);
+      }
       return item;
     }
     return std::nullopt;
