@@ -118,7 +118,8 @@ int widestLine(const std::string& text) {
 }
 
 TEST_F(NorvikProgramTest, ThreeMonthsSideBySideKeepLunarTextsUnderTheirDays) {
-  const ProgramRun run = norvik("month 2024-02 -3 --week-start sunday --color=never", "COLUMNS=120");
+  const ProgramRun run =
+      norvik("month 2024-02 -3 --week-start sunday --color=never", "COLUMNS=120");
   ASSERT_EQ(run.status, 0) << run.err;
   const std::vector<std::string> lines = linesOf(run.out);
   EXPECT_LE(widestLine(run.out), 111);
