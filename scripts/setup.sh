@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, testing and running NorvikFoundationKit need
-# (only those missing), then configures and builds the chosen preset.
-#   scripts/setup.sh [preset]     preset defaults to "default"
+# (only those missing), then configures the chosen preset and builds it, all of it or only the
+# targets named after the preset.
+#   scripts/setup.sh [preset [target...]]     preset defaults to "default"
 set -euo pipefail
 here=$(cd "$(dirname "$0")/.." && pwd)
 preset=${1:-default}
+[ $# -gt 0 ] && shift
+targets=("$@")
 
 packages=(
   build-essential cmake ninja-build ccache pkg-config git
@@ -30,4 +33,8 @@ fi
 
 cd "$here"
 cmake --preset "$preset" >/dev/null
-cmake --build --preset "$preset"
+if [ ${#targets[@]} -gt 0 ]; then
+  cmake --build --preset "$preset" --target "${targets[@]}"
+else
+  cmake --build --preset "$preset"
+fi

@@ -55,6 +55,24 @@ struct AttachedLanguage {
   std::atomic<std::uint64_t> generation{1};
 };
 
+// The language chosen for this process alone (setProcessUserLanguageType): -1 when none, else a
+// type 0-37 that wins over the stored choice. Atomic, as any thread may read the type.
+std::atomic<int> processLanguageType{-1};
+
+// The type of the stored code; see NVUserLanguage::userLanguageType().
+NVUserLanguageType storedLanguageType() {
+  try {
+    const platform::Value stored = NVAppGroupUserDefaults().objectForKey(kNVAppUserLanguageKey);
+    const std::string* code = stored.string();
+    if (!code) return 0;
+    for (const auto& entry : kLanguages) {
+      if (entry.code == *code) return entry.type;
+    }
+  } catch (const std::exception&) {
+  }
+  return 0;
+}
+
 AttachedLanguage& attached() {
   static AttachedLanguage state;
   return state;
@@ -110,8 +128,13 @@ void startUp() {
   try {
     // The code as stored, without the table check: a code outside the table still selects its
     // folder when the application ships one.
-    const platform::Value stored = NVAppGroupUserDefaults().objectForKey(kNVAppUserLanguageKey);
-    if (const std::string* code = stored.string()) attachLanguage(*code);
+    const int chosenHere = processLanguageType.load();
+    if (chosenHere >= 0) {
+      attachLanguage(NVUserLanguage::userLanguageIDForType(chosenHere));
+    } else {
+      const platform::Value stored = NVAppGroupUserDefaults().objectForKey(kNVAppUserLanguageKey);
+      if (const std::string* code = stored.string()) attachLanguage(*code);
+    }
     NVUserLanguageChangeObserver::sharedObserver().startObserving();
     adaptSharedFormatters();
   } catch (const std::exception&) {
@@ -163,16 +186,18 @@ std::span<const NVUserLanguageEntry> NVUserLanguage::supportedLanguages() {
 }
 
 NVUserLanguageType NVUserLanguage::userLanguageType() {
-  try {
-    const platform::Value stored = NVAppGroupUserDefaults().objectForKey(kNVAppUserLanguageKey);
-    const std::string* code = stored.string();
-    if (!code) return 0;
-    for (const auto& entry : detail::kLanguages) {
-      if (entry.code == *code) return entry.type;
-    }
-  } catch (const std::exception&) {
+  const int chosenHere = detail::processLanguageType.load();
+  if (chosenHere >= 0) return static_cast<NVUserLanguageType>(chosenHere);
+  return detail::storedLanguageType();
+}
+
+bool NVUserLanguage::setProcessUserLanguageType(std::optional<std::int64_t> type) {
+  if (type && (*type < 0 || *type > static_cast<std::int64_t>(detail::kLanguages.size()))) {
+    return false;
   }
-  return 0;
+  detail::processLanguageType.store(type ? static_cast<int>(*type) : -1);
+  updateUserLanguageAndNotify();
+  return true;
 }
 
 std::optional<std::string> NVUserLanguage::userLanguageIDForType(std::int64_t type) {
@@ -206,7 +231,8 @@ std::string NVUserLanguage::userLanguageName() {
 
 bool NVUserLanguage::setUserLanguageType(std::int64_t type) {
   try {
-    if (type == static_cast<std::int64_t>(userLanguageType())) return false;
+    // Compared with the stored choice: a language chosen for this process alone is not stored.
+    if (type == static_cast<std::int64_t>(detail::storedLanguageType())) return false;
     const auto code = userLanguageIDForType(type);
     auto store = NVAppGroupUserDefaults();
     if (code) {

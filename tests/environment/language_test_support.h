@@ -55,6 +55,7 @@ class LanguageFixture : public ::testing::Test {
     NVUserLanguage::updateUserLanguageAndNotify();
   }
   void TearDown() override {
+    NVUserLanguage::setProcessUserLanguageType(std::nullopt);
     scoped_.reset();
     NVUserLanguage::updateUserLanguageAndNotify();
   }

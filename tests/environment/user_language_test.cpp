@@ -191,6 +191,33 @@ TEST_F(UserLanguageTest, SharedFormattersFollowTheChosenLanguage) {
   EXPECT_EQ(platform::DateFormatter::shared().locale().identifier(), "en_GB");
 }
 
+TEST_F(UserLanguageTest, ProcessChoiceWinsForThisProcessAndIsNeverStored) {
+  setLanguages({"en-US"});
+  storeCode(Value("de"));
+  ASSERT_TRUE(NVUserLanguage::setProcessUserLanguageType(15));  // French for this process
+  EXPECT_EQ(NVUserLanguage::userLanguageType(), 15u);
+  EXPECT_EQ(BundleEx::attachedLanguageCode(), "fr");
+  EXPECT_EQ(platform::localizedString("Today"), "Aujourd'hui");
+  EXPECT_EQ(NVAppGroupUserDefaults().stringForKey(kNVAppUserLanguageKey), "de");
+  // Choosing the stored language is still a change of the stored choice...
+  EXPECT_FALSE(NVUserLanguage::setUserLanguageType(14));
+  // ...and storing another one leaves this process in its own language.
+  EXPECT_TRUE(NVUserLanguage::setUserLanguageType(5));
+  EXPECT_EQ(NVAppGroupUserDefaults().stringForKey(kNVAppUserLanguageKey), "ja");
+  EXPECT_EQ(BundleEx::attachedLanguageCode(), "fr");
+  // Following the system for this process only, then back to the stored choice.
+  ASSERT_TRUE(NVUserLanguage::setProcessUserLanguageType(0));
+  EXPECT_EQ(NVUserLanguage::userLanguageID(), std::nullopt);
+  EXPECT_EQ(platform::localizedString("Today"), "Today");
+  for (std::int64_t bad : {-1, 38, 1000}) {
+    EXPECT_FALSE(NVUserLanguage::setProcessUserLanguageType(bad)) << bad;
+    EXPECT_EQ(NVUserLanguage::userLanguageType(), 0u) << bad;
+  }
+  ASSERT_TRUE(NVUserLanguage::setProcessUserLanguageType(std::nullopt));
+  EXPECT_EQ(NVUserLanguage::userLanguageType(), 5u);
+  EXPECT_EQ(BundleEx::attachedLanguageCode(), "ja");
+}
+
 class Label : public NVUserLanguageObserving {
  public:
   void nv_userLanguage_refreshUI(bool isInitialRefresh) override {

@@ -19,4 +19,9 @@ LD_LIBRARY_PATH="$(dirname "$libdir")" "$work/consumer-pc"
 test -x "$work/prefix/bin/norvik"
 test -f "$work/prefix/share/norvik/MainBundle/Info.plist"
 "$work/prefix/bin/norvik" --help >/dev/null
+"$work/prefix/bin/norvik" --version | grep -q '^norvik '
+for f in bash-completion/completions/norvik zsh/vendor-completions/_norvik \
+         fish/vendor_completions.d/norvik.fish man/man1/norvik.1; do
+  test -s "$work/prefix/share/$f"
+done
 echo "install check passed"

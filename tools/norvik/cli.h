@@ -17,6 +17,7 @@ struct GlobalOptions {
   std::string bundle;
   std::string timeZone;
   std::string lang;
+  std::string color = "auto";  // auto, always or never
 };
 
 // Raised by a command for input that passes parsing but makes no sense (exit status 2).
@@ -46,9 +47,22 @@ struct CommandRegistration {
 // Adds every registered subcommand to the program.
 void addRegisteredCommands(CLI::App& app, const GlobalOptions& options, Action& run);
 
-// A month calendar with lunar texts, festivals and solar terms; `text` is YYYY-MM or empty for
-// this month.
-int runMonth(const GlobalOptions& options, const std::string& text);
+// What norvik month shows: `month` is YYYY-MM (with `year` also YYYY) or empty for this month;
+// `three` adds the months before and after, `year` shows the whole year; `weekStart` is "monday",
+// "sunday" or empty for the locale's first weekday.
+struct MonthRequest {
+  std::string month;
+  bool three = false;
+  bool year = false;
+  std::string weekStart;
+};
+
+// Month calendars with lunar texts, festivals and solar terms.
+int runMonth(const GlobalOptions& options, const MonthRequest& request);
+
+// Whether to write colours: --color always or never, else on a terminal unless NO_COLOR is set
+// and not empty.
+bool useColour(const GlobalOptions& options);
 
 // The main job: this month and example rule descriptions.
 int runOverview(const GlobalOptions& options);

@@ -15,18 +15,16 @@ void applyGlobalOptions(const norvik::cli::GlobalOptions& options) {
     if (!options.bundle.empty()) env.mainBundlePath = options.bundle;
     if (!options.timeZone.empty()) env.timeZoneIdentifier = options.timeZone;
   });
-  // --lang stores the interface-language choice in the run's container, as the settings screen
-  // would; "system" goes back to following the system.
+  // --lang is this run's language only: nothing is stored and no other process hears of it
+  // ("norvik language set" changes the stored choice); "system" follows the system this once.
   if (options.lang.empty()) return;
   if (options.lang == "system") {
-    norvik::NVUserLanguage::setUserLanguageType(0);
+    norvik::NVUserLanguage::setProcessUserLanguageType(0);
     return;
   }
   for (const auto& entry : norvik::NVUserLanguage::supportedLanguages()) {
     if (entry.code == options.lang) {
-      if (!norvik::NVUserLanguage::setUserLanguageType(entry.type)) {
-        norvik::NVUserLanguage::updateUserLanguageAndNotify();
-      }
+      norvik::NVUserLanguage::setProcessUserLanguageType(entry.type);
       return;
     }
   }
@@ -66,7 +64,15 @@ int main(int argc, char** argv) {
                  "$XDG_DATA_HOME/<group>)");
   app.add_option("--bundle", options.bundle, "Main bundle directory (default: NORVIK_MAIN_BUNDLE)");
   app.add_option("--time-zone", options.timeZone, "Time zone identifier, e.g. Asia/Shanghai");
-  app.add_option("--lang", options.lang, "Interface language code to choose before the command");
+  app.add_option("--lang", options.lang,
+                 "Interface language code for this run only (norvik language set stores one)");
+  app.add_option("--color", options.color,
+                 "Colours: auto (on a terminal unless NO_COLOR is set), "
+                 "always or never")
+      ->check(CLI::IsMember({"auto", "always", "never"}));
+  app.set_version_flag("--version", "norvik " NORVIK_VERSION);
+  // Global options may also follow the subcommand: norvik month --color=never.
+  app.fallthrough();
   app.require_subcommand(0, 1);
 
   Action action;

@@ -33,7 +33,7 @@ int runOverview(const GlobalOptions& options) {
     printJSON({{"rules", rules}});
     return 0;
   }
-  int status = runMonth(options, "");
+  int status = runMonth(options, MonthRequest{});
   std::cout << "\n";
   for (const auto& rule : rules) {
     std::cout << "  " << rule["repeatDescription"].get<std::string>() << "    ("

@@ -57,6 +57,7 @@ struct NVUserLanguage {
 
   // The type of the stored code, read afresh: the first of the 37 codes that equals it exactly
   // (case-sensitive); 0 when nothing is stored or the code is not one of them ("en-GB", "EN").
+  // A type chosen with setProcessUserLanguageType() wins over the stored one.
   static NVUserLanguageType userLanguageType();
   // The code of type 1-37; std::nullopt for 0 and any other number.
   static std::optional<std::string> userLanguageIDForType(std::int64_t type);
@@ -67,8 +68,15 @@ struct NVUserLanguage {
   // begins with one of the 37 codes; otherwise the localized "System Default".
   static std::string userLanguageName();
 
+  // Chooses a language for this process alone, without storing it or telling the other processes
+  // (a command-line run in another language): from now on userLanguageType() answers `type` (0:
+  // follow the system) whatever is stored, and the choice is applied at once as by
+  // updateUserLanguageAndNotify(). std::nullopt goes back to the stored choice. Returns false, and
+  // changes nothing, for a number outside 0-37.
+  static bool setProcessUserLanguageType(std::optional<std::int64_t> type);
+
   // Chooses a language (0: follow the system). Returns false, and does nothing, when `type` is the
-  // current type. Otherwise stores its code (type 0 or an unknown number removes it), writes the
+  // stored type. Otherwise stores its code (type 0 or an unknown number removes it), writes the
   // store through, applies and announces the choice here and tells the other processes; returns
   // true.
   static bool setUserLanguageType(std::int64_t type);

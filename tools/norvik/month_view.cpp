@@ -1,0 +1,405 @@
+// norvik month: month calendars with lunar texts, festivals and solar terms, one month, three
+// (-3) or a whole year (-y), laid out for the terminal's width.
+//
+// Cells are as wide as the terminal allows: a single month gets ten columns a day with the full
+// festival name; several months get five (two Chinese characters and a space); where even that does
+// not fit, a cell holds only the day number (three columns, as cal prints it) and the festivals and
+// solar terms follow the grid as a list. Widths are display columns, so Chinese texts stay aligned.
+#include <unicode/calendar.h>
+#include <unicode/locid.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <memory>
+
+#include "arguments.h"
+#include "cli.h"
+#include "norvik/calendar/lunar_display.h"
+#include "norvik/calendar/lunisolar.h"
+#include "norvik/calendar/solar_terms.h"
+#include "norvik/environment/user_language.h"
+#include "norvik/platform/calendar.h"
+#include "norvik/platform/date_formatter.h"
+#include "text_width.h"
+
+namespace norvik::cli {
+namespace {
+
+enum class Kind { plain, festival, solarTerm };
+
+struct Day {
+  int day = 0;
+  std::string text;  // the festival, else the lunar day text (month name on day 1, solar term)
+  std::string festival;
+  Kind kind = Kind::plain;
+  bool weekend = false;
+  bool today = false;
+};
+
+struct Month {
+  int year = 0;
+  int month = 0;
+  int leading = 0;  // empty cells before day 1
+  std::vector<Day> days;
+};
+
+// 1 (Sunday) to 7 (Saturday).
+int weekdayOf(CivilDay day) {
+  return static_cast<int>(((day + 4) % 7 + 7) % 7) + 1;
+}
+
+platform::Date noonOf(int year, int month, int day) {
+  const GregorianDate g{year, month, day};
+  return localTimeOf(g, 12, 0, isoDayText(g));
+}
+
+// The weekend of the locale in use, by ICU's week data; Saturday and Sunday when it has none.
+std::array<bool, 8> weekendDays() {
+  std::array<bool, 8> weekend{};
+  weekend[1] = weekend[7] = true;
+  UErrorCode status = U_ZERO_ERROR;
+  const std::string id = NVUserLanguage::localeForCurrentLanguage().identifier();
+  std::unique_ptr<icu::Calendar> calendar(
+      icu::Calendar::createInstance(icu::Locale(id.c_str()), status));
+  if (U_FAILURE(status)) return weekend;
+  std::array<bool, 8> fromLocale{};
+  for (int d = 1; d <= 7; ++d) {
+    const UCalendarWeekdayType type =
+        calendar->getDayOfWeekType(static_cast<UCalendarDaysOfWeek>(d), status);
+    fromLocale[static_cast<std::size_t>(d)] = type != UCAL_WEEKDAY;
+  }
+  return U_SUCCESS(status) ? fromLocale : weekend;
+}
+
+Month computeMonth(int year, int month, int firstWeekday, CivilDay today,
+                   const std::array<bool, 8>& weekend) {
+  Month m;
+  m.year = year;
+  m.month = month;
+  const CivilDay first = civilDayFromGregorian(year, month, 1);
+  const int days = static_cast<int>(civilDayFromGregorian(year, month + 1, 1) - first);
+  m.leading = (weekdayOf(first) - firstWeekday + 7) % 7;
+  const NVSolarTermsManager& terms = NVSolarTermsManager::sharedManager();
+  for (int d = 1; d <= days; ++d) {
+    const platform::Date date = noonOf(year, month, d);
+    Day day;
+    day.day = d;
+    day.festival =
+        festivalOrLunarCalendar(date, FestivalMode::chinese, firstWeekday, std::nullopt, nullptr);
+    day.text = day.festival.empty() ? dayStringInLunarCalendar(date, std::nullopt, true, true)
+                                    : day.festival;
+    const std::optional<std::string> term = terms.solarTermOfDay(year, month, d);
+    day.kind = term && day.text == *term ? Kind::solarTerm
+               : !day.festival.empty()   ? Kind::festival
+                                         : Kind::plain;
+    day.weekend = weekend[static_cast<std::size_t>(weekdayOf(first + d - 1))];
+    day.today = first + d - 1 == today;
+    m.days.push_back(std::move(day));
+  }
+  return m;
+}
+
+struct Style {
+  bool colour = false;
+  bool highlightToday = false;
+
+  std::string paint(const std::string& text, const char* code) const {
+    return colour ? std::string("\033[") + code + "m" + text + "\033[0m" : text;
+  }
+};
+
+// A rendered month: lines of equal display width (escape sequences take no columns).
+struct Block {
+  std::vector<std::string> lines;
+  int width = 0;
+};
+
+// One month in cells of `cell` columns; `withTexts` adds a line of lunar texts under each week.
+Block renderMonth(const Month& m, const std::string& title, const std::vector<std::string>& names,
+                  int firstWeekday, int cell, bool withTexts, const Style& style) {
+  Block block;
+  block.width = 7 * cell;
+  const int inner = cell - 1;  // one column separates neighbouring cells
+  block.lines.push_back(centredIn(title, block.width));
+  std::string header;
+  for (int i = 0; i < 7; ++i) {
+    const int weekday = (firstWeekday - 1 + i) % 7 + 1;
+    header += centredIn(names[static_cast<std::size_t>(weekday - 1)], inner) + " ";
+  }
+  block.lines.push_back(header);
+  const int weeks = (m.leading + static_cast<int>(m.days.size()) + 6) / 7;
+  for (int week = 0; week < weeks; ++week) {
+    std::string numbers;
+    std::string texts;
+    for (int column = 0; column < 7; ++column) {
+      const int index = week * 7 + column - m.leading;
+      if (index < 0 || index >= static_cast<int>(m.days.size())) {
+        numbers += std::string(static_cast<std::size_t>(cell), ' ');
+        texts += std::string(static_cast<std::size_t>(cell), ' ');
+        continue;
+      }
+      const Day& day = m.days[static_cast<std::size_t>(index)];
+      // Padding stays outside the escape sequences so that only the digits are marked.
+      // Numbers are right-aligned in two columns, as cal prints them, and that field is centred.
+      const std::string digits = std::to_string(day.day);
+      const std::string padded = centredIn((day.day < 10 ? " " : "") + digits, inner);
+      const std::size_t at = padded.rfind(digits);
+      const char* code = day.today && style.highlightToday           ? "7"
+                         : day.kind == Kind::festival && !withTexts  ? "31"
+                         : day.kind == Kind::solarTerm && !withTexts ? "32"
+                         : day.weekend                               ? "34"
+                                                                     : nullptr;
+      numbers += padded.substr(0, at) + (code ? style.paint(digits, code) : digits) +
+                 padded.substr(at + digits.size()) + " ";
+      // A festival name too long for the cell gives way to the lunar day text, still in colour.
+      std::string text = day.text;
+      if (displayWidth(text) > inner && !day.festival.empty()) {
+        text = dayStringInLunarCalendar(noonOf(m.year, m.month, day.day), std::nullopt, true, true);
+      }
+      const std::string shown = centredIn(text, inner);
+      texts += (day.kind == Kind::festival    ? style.paint(shown, "31")
+                : day.kind == Kind::solarTerm ? style.paint(shown, "32")
+                                              : shown) +
+               " ";
+    }
+    block.lines.push_back(numbers);
+    if (withTexts) block.lines.push_back(texts);
+  }
+  return block;
+}
+
+// Blocks side by side, `gap` columns apart, trailing blanks removed.
+void printRow(std::ostream& out, const std::vector<Block>& blocks, int gap) {
+  std::size_t height = 0;
+  for (const Block& b : blocks) height = std::max(height, b.lines.size());
+  for (std::size_t line = 0; line < height; ++line) {
+    std::string text;
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+      if (i > 0) text += std::string(static_cast<std::size_t>(gap), ' ');
+      const Block& b = blocks[i];
+      text += line < b.lines.size() ? b.lines[line]
+                                    : std::string(static_cast<std::size_t>(b.width), ' ');
+    }
+    while (!text.empty() && text.back() == ' ') text.pop_back();
+    out << text << "\n";
+  }
+}
+
+// The festivals and solar terms of the months as "MM-DD text" entries, wrapped to `width`.
+void printLegend(std::ostream& out, const std::vector<Month>& months, int width,
+                 const Style& style) {
+  std::string line;
+  int used = 0;
+  for (const Month& m : months) {
+    for (const Day& day : m.days) {
+      if (day.kind == Kind::plain) continue;
+      char date[8];
+      std::snprintf(date, sizeof date, "%02d-%02d", m.month % 100, day.day % 100);
+      const std::string entry = std::string(date) + " " + day.text;
+      const int entryWidth = displayWidth(entry);
+      if (used > 0 && used + 2 + entryWidth > width) {
+        out << line << "\n";
+        line.clear();
+        used = 0;
+      }
+      if (used > 0) {
+        line += "  ";
+        used += 2;
+      }
+      line +=
+          std::string(date) + " " + style.paint(day.text, day.kind == Kind::festival ? "31" : "32");
+      used += entryWidth;
+    }
+  }
+  if (!line.empty()) out << line << "\n";
+}
+
+nlohmann::json monthJSON(const Month& m, int firstWeekday) {
+  nlohmann::json list = nlohmann::json::array();
+  for (const Day& d : m.days) {
+    list.push_back({{"day", d.day},
+                    {"text", d.text},
+                    {"isFestival", d.kind == Kind::festival},
+                    {"isSolarTerm", d.kind == Kind::solarTerm},
+                    {"isWeekend", d.weekend},
+                    {"isToday", d.today}});
+  }
+  return {{"month", isoDayText(GregorianDate{m.year, m.month, 1}).substr(0, 7)},
+          {"firstWeekday", firstWeekday},
+          {"days", list}};
+}
+
+// Weekday names that fit `columns`: the short stand-alone forms, else the narrow ones.
+std::vector<std::string> weekdayNames(const platform::DateFormatter& formatter, int columns) {
+  std::vector<std::string> names = formatter.shortStandaloneWeekdaySymbols();
+  bool fit = names.size() == 7;
+  for (const std::string& name : names) fit = fit && displayWidth(name) <= columns;
+  if (!fit) names = formatter.veryShortStandaloneWeekdaySymbols();
+  if (names.size() != 7) names = {"S", "M", "T", "W", "T", "F", "S"};
+  return names;
+}
+
+std::string formatted(const char* skeleton, platform::Date date) {
+  platform::DateFormatter formatter = platform::DateFormatter::shared();
+  formatter.setLocalizedDateFormatFromTemplate(skeleton);
+  return formatter.format(date);
+}
+
+std::string lunarYearText(platform::Date date) {
+  std::string text;
+  for (const std::string& part : years_lunar(date, false, true)) {
+    text += (text.empty() ? "" : " ") + part;
+  }
+  return text;
+}
+
+}  // namespace
+
+bool useColour(const GlobalOptions& options) {
+  if (options.color == "always") return true;
+  if (options.color == "never") return false;
+  const char* noColour = std::getenv("NO_COLOR");
+  return isatty(STDOUT_FILENO) != 0 && (noColour == nullptr || *noColour == '\0');
+}
+
+int runMonth(const GlobalOptions& options, const MonthRequest& request) {
+  if (request.three && request.year) throw UsageError("choose -3 or --year, not both");
+  const platform::Calendar calendar = platform::Calendar::currentGregorian();
+  const platform::DateComponents now = calendar.components(platform::Date::now());
+  int year = now.year.value_or(2024);
+  int month = now.month.value_or(1);
+  if (!request.month.empty()) {
+    char tail = 0;
+    const int fields = std::sscanf(request.month.c_str(), "%d-%d%c", &year, &month, &tail);
+    const bool yearOnly = fields == 1 && request.month.find('-', 1) == std::string::npos;
+    if (!(fields == 2 || (yearOnly && request.year)) ||
+        (fields == 2 && (month < 1 || month > 12))) {
+      throw UsageError("'" + request.month + "' is not a month (YYYY-MM" +
+                       (request.year ? std::string(" or YYYY)") : std::string(")")));
+    }
+    if (year < 1 || year > 9999) throw UsageError("'" + request.month + "' is out of range");
+  }
+  int firstWeekday = calendar.firstWeekday();
+  if (request.weekStart == "monday") firstWeekday = 2;
+  if (request.weekStart == "sunday") firstWeekday = 1;
+
+  // The months to show, from the first one.
+  int count = 1;
+  if (request.three) {
+    count = 3;
+    if (--month == 0) month = 12, --year;
+    if (year < 1) throw UsageError("'" + request.month + "' is out of range");
+  } else if (request.year) {
+    count = 12;
+    month = 1;
+  }
+  const CivilDay today =
+      civilDayFromGregorian(now.year.value_or(0), now.month.value_or(0), now.day.value_or(0));
+  const std::array<bool, 8> weekend = weekendDays();
+  std::vector<Month> months;
+  for (int i = 0; i < count; ++i) {
+    const int y = year + (month - 1 + i) / 12;
+    const int mo = (month - 1 + i) % 12 + 1;
+    months.push_back(computeMonth(y, mo, firstWeekday, today, weekend));
+  }
+
+  if (options.json) {
+    if (count == 1) {
+      printJSON(monthJSON(months.front(), firstWeekday));
+    } else {
+      nlohmann::json all = nlohmann::json::array();
+      for (const Month& m : months) all.push_back(monthJSON(m, firstWeekday));
+      printJSON({{"months", all}});
+    }
+    return 0;
+  }
+
+  Style style;
+  style.colour = useColour(options);
+  style.highlightToday = style.colour && isatty(STDOUT_FILENO) != 0;
+  const int width = terminalWidth();
+  constexpr int kGap = 3;
+  // Cell width, months side by side, and whether lunar texts fit in the cells.
+  int cell = 5;
+  int perRow = 1;
+  if (count == 1) {
+    cell = width >= 70 ? 10 : width >= 35 ? 5 : 3;
+  } else if (count == 3) {
+    if (3 * 35 + 2 * kGap <= width) {
+      perRow = 3;
+    } else if (width >= 3 * 21 + 2 * 2) {
+      cell = 3, perRow = 3;
+    }
+  } else {
+    perRow = std::max(1, std::min(4, (width + kGap) / (35 + kGap)));
+    if (perRow == 1 && width < 35) cell = 3;
+  }
+  const bool withTexts = cell >= 5;
+  const int gap = withTexts ? kGap : 2;
+
+  platform::DateFormatter formatter = platform::DateFormatter::shared();
+  const std::vector<std::string> names = weekdayNames(formatter, cell - 1);
+  std::vector<Block> blocks;
+  for (const Month& m : months) {
+    const platform::Date middle = noonOf(m.year, m.month, 15);
+    std::string title;
+    if (count == 12) {
+      title = formatted("LLLL", middle);
+    } else if (cell >= 5) {
+      title = formatted("yMMMM", middle) + "  " + lunarYearText(middle);
+    } else {
+      title = formatted("yMMMM", middle);
+    }
+    blocks.push_back(renderMonth(m, title, names, firstWeekday, cell, withTexts, style));
+  }
+  std::ostream& out = std::cout;
+  if (count == 12) {
+    const platform::Date midYear = noonOf(year, 7, 1);
+    const int rowWidth = perRow * blocks.front().width + (perRow - 1) * gap;
+    std::string heading =
+        centredIn(formatted("y", midYear) + "  " + lunarYearText(midYear), std::max(rowWidth, 1));
+    while (!heading.empty() && heading.back() == ' ') heading.pop_back();
+    out << heading << "\n\n";
+  }
+  for (std::size_t i = 0; i < blocks.size(); i += static_cast<std::size_t>(perRow)) {
+    if (i > 0) out << "\n";
+    const auto end = std::min(blocks.size(), i + static_cast<std::size_t>(perRow));
+    printRow(out,
+             std::vector<Block>(blocks.begin() + static_cast<long>(i),
+                                blocks.begin() + static_cast<long>(end)),
+             gap);
+  }
+  if (!withTexts) {
+    out << "\n";
+    printLegend(out, months, width, style);
+  }
+  out.flush();
+  return 0;
+}
+
+namespace {
+
+void addMonthCommand(CLI::App& app, const GlobalOptions& options, Action& run) {
+  auto request = std::make_shared<MonthRequest>();
+  CLI::App* month =
+      app.add_subcommand("month", "Month calendars with lunar texts, festivals and solar terms");
+  month->add_option("month", request->month,
+                    "YYYY-MM (default: this month); with --year also YYYY");
+  month->add_flag("-3", request->three, "The month before, this one and the one after");
+  month->add_flag("-y,--year", request->year, "The whole year");
+  month
+      ->add_option("--week-start", request->weekStart,
+                   "First day of the week (default: from the locale)")
+      ->check(CLI::IsMember({"monday", "sunday"}));
+  month->callback([&options, &run, request] {
+    run = [&options, request] { return runMonth(options, *request); };
+  });
+}
+
+const CommandRegistration registration(addMonthCommand);
+
+}  // namespace
+}  // namespace norvik::cli
