@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, testing and running NorvikFoundationKit need
 # (only those missing), then configures and builds the chosen preset.
-#   scripts/setup.sh [preset]     preset defaults to "default"
+#   scripts/setup.sh [preset]     preset defaults to "default"; "fuzz" builds the fuzz targets
 set -euo pipefail
 here=$(cd "$(dirname "$0")/.." && pwd)
 preset=${1:-default}
@@ -12,6 +12,7 @@ packages=(
   libglib2.0-dev libsecret-1-dev libcli11-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   dbus dbus-daemon gnome-keyring tzdata locales
+  clang libclang-rt-dev
 )
 
 missing=()
@@ -30,4 +31,9 @@ fi
 
 cd "$here"
 cmake --preset "$preset" >/dev/null
-cmake --build --preset "$preset"
+if [ "$preset" = fuzz ]; then
+  # Only the fuzz targets (and the library they link); the fuzz preset builds no tests.
+  cmake --build --preset fuzz --target norvik_fuzzers
+else
+  cmake --build --preset "$preset"
+fi
