@@ -47,14 +47,15 @@ summary() {
   local target=$1 status=$2 log="$build/logs/$target.log"
   local runs cov ft
   runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
-  cov=$(grep -oE 'cov: [0-9]+' "$log" | tail -1 | cut -d' ' -f2)
-  ft=$(grep -oE 'ft: [0-9]+' "$log" | tail -1 | cut -d' ' -f2)
+  cov=$(grep -oE 'cov: [0-9]+' "$log" | tail -1 | cut -d' ' -f2 || true)
+  ft=$(grep -oE 'ft: [0-9]+' "$log" | tail -1 | cut -d' ' -f2 || true)
   if [ "$status" -eq 0 ]; then
     printf 'fuzz %-22s ok      %6ss %10s runs  cov %-6s ft %s\n' "$target" "$seconds" "${runs:-?}" \
       "${cov:-?}" "${ft:-?}"
   else
     printf 'fuzz %-22s FAILED  (status %s) see %s\n' "$target" "$status" "$log"
-    grep -E '^(==[0-9]+==ERROR|SUMMARY|invariant broken|.*runtime error)' "$log" | head -5 | sed 's/^/    /'
+    grep -E '^(==[0-9]+==ERROR|SUMMARY|invariant broken|.*runtime error)' "$log" | head -5 |
+      sed 's/^/    /' || true
   fi
 }
 

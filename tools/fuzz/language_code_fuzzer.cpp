@@ -91,10 +91,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   check(tagCharacters(tag), "a language tag from a POSIX name is made of tag characters");
 
   const auto chosen = platform::Bundle::preferredLocalizationsFromArray(folders, preferences, code);
-  check(chosen.size() == (folders.empty() ? 0u : 1u), "one localization is chosen");
+  const bool anyValid = std::any_of(folders.begin(), folders.end(), [](const std::string& f) {
+    return tagCharacters(f) && !f.empty() && f.size() <= 64;
+  });
+  check(chosen.size() == (anyValid ? 1u : 0u), "one localization is chosen when one is valid");
   if (!chosen.empty()) {
-    check(std::find(folders.begin(), folders.end(), chosen[0]) != folders.end(),
-          "the chosen localization is one of those offered");
+    check(std::find(folders.begin(), folders.end(), chosen[0]) != folders.end() &&
+              platform::Bundle::isValidLocalizationCode(chosen[0]),
+          "the chosen localization is a valid one of those offered");
   }
 
   platform::modifyEnvironment(
