@@ -272,15 +272,29 @@ Value dateFromPlist(plist_t node) {
   plist_get_date_val(node, &seconds, &micros);
   // The seconds come truncated toward zero and the microseconds as a magnitude, so the sign of a
   // date within the second before the reference date is found by comparing with that date.
-  bool negative = seconds < 0;
-  if (seconds == 0 && micros != 0) {
-    PlistPtr probe(plist_new_date(0, -micros));
-    negative = plist_compare_node_value(node, probe.get()) != 0;
+  // libplist keeps the date as the double seconds + microseconds / 10^6 and gives the microseconds
+  // back cut toward zero, one short at times; a date it holds exactly is found among the
+  // neighbours, so that a date read and written again stays the same to the last bit.
+  double interval = std::numeric_limits<double>::quiet_NaN();
+  for (const std::int32_t magnitude : {micros, micros + 1, micros - 1}) {
+    for (const std::int32_t candidate : {magnitude, -magnitude}) {
+      PlistPtr probe(plist_new_date(seconds, candidate));
+      if (std::isnan(interval) && plist_compare_node_value(node, probe.get())) {
+        interval = static_cast<double>(seconds) + static_cast<double>(candidate) / 1000000;
+      }
+    }
   }
-  const double fraction = micros / 1e6;
+  if (std::isnan(interval)) {
+    bool negative = seconds < 0;
+    if (seconds == 0 && micros != 0) {
+      PlistPtr probe(plist_new_date(0, -micros));
+      negative = plist_compare_node_value(node, probe.get()) != 0;
+    }
+    const double fraction = micros / 1e6;
+    interval = negative ? seconds - fraction : seconds + fraction;
+  }
   // The same range as the writer's, so that every date read can be written back unchanged.
-  const double interval = std::clamp(negative ? seconds - fraction : seconds + fraction,
-                                     kMinDateSeconds, kMaxDateSeconds);
+  interval = std::clamp(interval, kMinDateSeconds, kMaxDateSeconds);
   return Value(Date::fromTimeIntervalSinceReferenceDate(interval));
 }
 

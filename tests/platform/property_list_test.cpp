@@ -205,6 +205,14 @@ TEST(PropertyListCoding, DatesOutsideTheWritableRangeAreClamped) {
   const auto inside = binaryDate(-86400.25);
   ASSERT_TRUE(inside && inside->date());
   EXPECT_EQ(inside->date()->timeIntervalSinceReferenceDate(), -86400.25);
+  // Microseconds survive repeated round trips, far from the reference date too.
+  for (const double seconds : {-2147481500.516351, -0.000001, 0.999999, 2147483000.000001}) {
+    Value value(Date::fromTimeIntervalSinceReferenceDate(seconds));
+    const auto once = roundTrip(value, PropertyListFormat::Binary);
+    ASSERT_TRUE(once) << seconds;
+    EXPECT_EQ(roundTrip(*once, PropertyListFormat::Binary), once) << seconds;
+    EXPECT_NEAR(once->date()->timeIntervalSinceReferenceDate(), seconds, 1e-6);
+  }
 }
 
 TEST(PropertyListCoding, ReadsFiles) {
