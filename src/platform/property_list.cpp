@@ -270,23 +270,28 @@ Value dateFromPlist(plist_t node) {
   std::int32_t seconds = 0;
   std::int32_t micros = 0;
   plist_get_date_val(node, &seconds, &micros);
-  // The seconds come truncated toward zero and the microseconds as a magnitude, so the sign of a
-  // date within the second before the reference date is found by comparing with that date.
   // libplist keeps the date as the double seconds + microseconds / 10^6 and gives the microseconds
   // back cut toward zero, one short at times; a date it holds exactly is found among the
   // neighbours, so that a date read and written again stays the same to the last bit.
   double interval = std::numeric_limits<double>::quiet_NaN();
-  for (const std::int32_t magnitude : {micros, micros + 1, micros - 1}) {
-    for (const std::int32_t candidate : {magnitude, -magnitude}) {
-      PlistPtr probe(plist_new_date(seconds, candidate));
+  const std::int64_t given = micros;
+  for (const std::int64_t magnitude : {given, given + 1, given - 1}) {
+    for (const std::int64_t candidate : {magnitude, -magnitude}) {
+      if (candidate < std::numeric_limits<std::int32_t>::min() ||
+          candidate > std::numeric_limits<std::int32_t>::max()) {
+        continue;
+      }
+      PlistPtr probe(plist_new_date(seconds, static_cast<std::int32_t>(candidate)));
       if (std::isnan(interval) && plist_compare_node_value(node, probe.get())) {
         interval = static_cast<double>(seconds) + static_cast<double>(candidate) / 1000000;
       }
     }
   }
   if (std::isnan(interval)) {
+    // The seconds come truncated toward zero and the microseconds as a magnitude, so the sign of
+    // a date within the second before the reference date is found by comparing with that date.
     bool negative = seconds < 0;
-    if (seconds == 0 && micros != 0) {
+    if (seconds == 0 && micros != 0 && micros != std::numeric_limits<std::int32_t>::min()) {
       PlistPtr probe(plist_new_date(0, -micros));
       negative = plist_compare_node_value(node, probe.get()) != 0;
     }

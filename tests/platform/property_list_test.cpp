@@ -205,6 +205,14 @@ TEST(PropertyListCoding, DatesOutsideTheWritableRangeAreClamped) {
   const auto inside = binaryDate(-86400.25);
   ASSERT_TRUE(inside && inside->date());
   EXPECT_EQ(inside->date()->timeIntervalSinceReferenceDate(), -86400.25);
+  // Doubles far outside the range (libplist gives their microseconds as INT32_MIN) still read as a
+  // date of the range.
+  for (const double far : {-1e15, 1e15, -1e300}) {
+    const auto date = binaryDate(far);
+    ASSERT_TRUE(date && date->date()) << far;
+    EXPECT_GE(date->date()->timeIntervalSinceReferenceDate(), -2147483648.0) << far;
+    EXPECT_LE(date->date()->timeIntervalSinceReferenceDate(), 2147483647.0) << far;
+  }
   // Microseconds survive repeated round trips, far from the reference date too.
   for (const double seconds : {-2147481500.516351, -0.000001, 0.999999, 2147483000.000001}) {
     Value value(Date::fromTimeIntervalSinceReferenceDate(seconds));
