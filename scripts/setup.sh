@@ -2,7 +2,8 @@
 # Installs the Debian packages that building, testing and running NorvikFoundationKit need
 # (only those missing), then configures the chosen preset and builds it, all of it or only the
 # targets named after the preset.
-#   scripts/setup.sh [preset [target...]]     preset defaults to "default"
+#   scripts/setup.sh [preset [target...]]     preset defaults to "default"; "fuzz" builds the fuzz
+#                                             targets
 set -euo pipefail
 here=$(cd "$(dirname "$0")/.." && pwd)
 preset=${1:-default}
@@ -16,6 +17,8 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   dbus dbus-daemon gnome-keyring tzdata locales
 )
+# The fuzz targets need clang and its sanitizer and libFuzzer runtimes; nothing else does.
+[ "$preset" = fuzz ] && packages+=(clang libclang-rt-dev)
 
 missing=()
 for p in "${packages[@]}"; do
@@ -31,10 +34,18 @@ if [ ${#missing[@]} -gt 0 ]; then
   DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 fi
 
+# ccache keys on paths relative to the checkout and not on the build directory, so another
+# clone of the repository (CI's, a second worktree) reuses the same cache.
+export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$here}
+export CCACHE_NOHASHDIR=${CCACHE_NOHASHDIR:-1}
+
 cd "$here"
 cmake --preset "$preset" >/dev/null
 if [ ${#targets[@]} -gt 0 ]; then
   cmake --build --preset "$preset" --target "${targets[@]}"
+elif [ "$preset" = fuzz ]; then
+  # Only the fuzz targets (and the library they link); the fuzz preset builds no tests.
+  cmake --build --preset fuzz --target norvik_fuzzers
 else
   cmake --build --preset "$preset"
 fi

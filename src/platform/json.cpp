@@ -51,7 +51,13 @@ class Writer {
 
  private:
   bool writeNumber(const Value& number) {
-    if (auto real = number.doubleValue(); !real || !std::isfinite(*real)) return false;
+    auto real = number.doubleValue();
+    if (!real || !std::isfinite(*real)) return false;
+    // "-0" would read back as the integer 0; "-0.0" keeps the sign of a negative zero.
+    if (number.type() == Value::Type::Real && *real == 0 && std::signbit(*real)) {
+      out_ += "-0.0";
+      return true;
+    }
     auto text = number.numberText();
     if (!text) return false;
     out_ += *text;

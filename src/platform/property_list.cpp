@@ -37,8 +37,9 @@ std::uint64_t readBigEndian(const unsigned char* p, std::size_t size) {
 
 // Walks the object graph of a binary property list ("bplist00": objects, an offset table and a
 // 32-byte trailer) without decoding any value, and accepts it only when every path from the top
-// object has at most kMaxDepth containers and no container contains itself.
-bool binaryDepthWithinLimit(std::string_view bytes) {
+// object has at most kMaxDepth containers, no container contains itself, and every dictionary key
+// is a string without NUL characters (libplist aborts on any other key).
+bool binaryGraphAcceptable(std::string_view bytes) {
   const auto* base = reinterpret_cast<const unsigned char*>(bytes.data());
   const std::size_t size = bytes.size();
   if (size < 8 + 32) return false;
@@ -53,6 +54,41 @@ bool binaryDepthWithinLimit(std::string_view bytes) {
   if (objectCount == 0 || top >= objectCount || tableOffset >= objectsEnd) return false;
   if (objectCount > (objectsEnd - tableOffset) / offsetSize) return false;
 
+  // The object at `offset` begins with a marker byte whose low half is its count, or 0xF with the
+  // count following as an integer object. Gives where the contents begin and the count.
+  struct Header {
+    std::size_t position;
+    std::uint64_t count;
+  };
+  auto header = [&](std::uint64_t offset) -> std::optional<Header> {
+    std::size_t position = offset + 1;
+    std::uint64_t count = base[offset] & 0x0F;
+    if (count == 0x0F) {
+      if (position >= tableOffset || (base[position] >> 4) != 0x1) return std::nullopt;
+      const std::size_t width = std::size_t{1} << (base[position] & 0x0F);
+      if (width > 8 || position + 1 + width > tableOffset) return std::nullopt;
+      count = readBigEndian(base + position + 1, width);
+      position += 1 + width;
+    }
+    return Header{position, count};
+  };
+
+  // Whether object `index` is an ASCII (0x5) or UTF-16 (0x6) string without a NUL character.
+  auto plainKey = [&](std::uint64_t index) -> bool {
+    if (index >= objectCount) return false;
+    const std::uint64_t offset = readBigEndian(base + tableOffset + index * offsetSize, offsetSize);
+    if (offset >= tableOffset) return false;
+    const unsigned kind = base[offset] >> 4;
+    const auto found = header(offset);
+    if ((kind != 0x5 && kind != 0x6) || !found) return false;
+    const std::size_t unit = kind == 0x6 ? 2 : 1;
+    if (found->count > (tableOffset - found->position) / unit) return false;
+    for (std::uint64_t i = 0; i < found->count; ++i) {
+      if (readBigEndian(base + found->position + i * unit, unit) == 0) return false;
+    }
+    return true;
+  };
+
   // Where the references of object `index` lie; std::nullopt when the object lies outside the data.
   struct Object {
     bool container;
@@ -63,17 +99,16 @@ bool binaryDepthWithinLimit(std::string_view bytes) {
     if (offset >= tableOffset) return std::nullopt;
     const unsigned kind = base[offset] >> 4;
     if (kind != 0xA && kind != 0xC && kind != 0xD) return Object{false, 0, 0};
-    std::size_t position = offset + 1;
-    std::uint64_t count = base[offset] & 0x0F;
-    if (count == 0x0F) {  // the count follows as an integer object
-      if (position >= tableOffset || (base[position] >> 4) != 0x1) return std::nullopt;
-      const std::size_t width = std::size_t{1} << (base[position] & 0x0F);
-      if (width > 8 || position + 1 + width > tableOffset) return std::nullopt;
-      count = readBigEndian(base + position + 1, width);
-      position += 1 + width;
-    }
+    const auto found = header(offset);
+    if (!found) return std::nullopt;
+    const std::size_t position = found->position;
+    std::uint64_t count = found->count;
     if (kind == 0xD) {
       if (count > tableOffset) return std::nullopt;
+      if (count > (tableOffset - position) / refSize) return std::nullopt;
+      for (std::uint64_t i = 0; i < count; ++i) {
+        if (!plainKey(readBigEndian(base + position + i * refSize, refSize))) return std::nullopt;
+      }
       count *= 2;  // keys, then values
     }
     if (count > (tableOffset - position) / refSize) return std::nullopt;
@@ -178,12 +213,13 @@ std::string validUTF8(const std::string& text) {
 
 // libplist keeps a date as seconds since 2001 in a double, but takes and gives it as 32-bit
 // seconds and microseconds: dates are limited to 1932-12-13 ... 2069-01-19 and to microseconds.
+constexpr double kMinDateSeconds = std::numeric_limits<std::int32_t>::min();
+constexpr double kMaxDateSeconds = std::numeric_limits<std::int32_t>::max();
+
 plist_t makeDate(Date date) {
-  constexpr double kMin = std::numeric_limits<std::int32_t>::min();
-  constexpr double kMax = std::numeric_limits<std::int32_t>::max();
   double seconds = date.timeIntervalSinceReferenceDate();
   if (std::isnan(seconds)) seconds = 0;
-  seconds = std::clamp(seconds, kMin, kMax);
+  seconds = std::clamp(seconds, kMinDateSeconds, kMaxDateSeconds);
   double whole = std::trunc(seconds);
   auto micros = static_cast<std::int32_t>(std::llround((seconds - whole) * 1e6));
   return plist_new_date(static_cast<std::int32_t>(whole), micros);
@@ -234,16 +270,37 @@ Value dateFromPlist(plist_t node) {
   std::int32_t seconds = 0;
   std::int32_t micros = 0;
   plist_get_date_val(node, &seconds, &micros);
-  // The seconds come truncated toward zero and the microseconds as a magnitude, so the sign of a
-  // date within the second before the reference date is found by comparing with that date.
-  bool negative = seconds < 0;
-  if (seconds == 0 && micros != 0) {
-    PlistPtr probe(plist_new_date(0, -micros));
-    negative = plist_compare_node_value(node, probe.get()) != 0;
+  // libplist keeps the date as the double seconds + microseconds / 10^6 and gives the microseconds
+  // back cut toward zero, one short at times; a date it holds exactly is found among the
+  // neighbours, so that a date read and written again stays the same to the last bit.
+  double interval = std::numeric_limits<double>::quiet_NaN();
+  const std::int64_t given = micros;
+  for (const std::int64_t magnitude : {given, given + 1, given - 1}) {
+    for (const std::int64_t candidate : {magnitude, -magnitude}) {
+      if (candidate < std::numeric_limits<std::int32_t>::min() ||
+          candidate > std::numeric_limits<std::int32_t>::max()) {
+        continue;
+      }
+      PlistPtr probe(plist_new_date(seconds, static_cast<std::int32_t>(candidate)));
+      if (std::isnan(interval) && plist_compare_node_value(node, probe.get())) {
+        interval = static_cast<double>(seconds) + static_cast<double>(candidate) / 1000000;
+      }
+    }
   }
-  const double fraction = micros / 1e6;
-  return Value(
-      Date::fromTimeIntervalSinceReferenceDate(negative ? seconds - fraction : seconds + fraction));
+  if (std::isnan(interval)) {
+    // The seconds come truncated toward zero and the microseconds as a magnitude, so the sign of
+    // a date within the second before the reference date is found by comparing with that date.
+    bool negative = seconds < 0;
+    if (seconds == 0 && micros != 0 && micros != std::numeric_limits<std::int32_t>::min()) {
+      PlistPtr probe(plist_new_date(0, -micros));
+      negative = plist_compare_node_value(node, probe.get()) != 0;
+    }
+    const double fraction = micros / 1e6;
+    interval = negative ? seconds - fraction : seconds + fraction;
+  }
+  // The same range as the writer's, so that every date read can be written back unchanged.
+  interval = std::clamp(interval, kMinDateSeconds, kMaxDateSeconds);
+  return Value(Date::fromTimeIntervalSinceReferenceDate(interval));
 }
 
 std::optional<Value> fromPlist(plist_t node, std::size_t depth) {
@@ -372,7 +429,7 @@ std::optional<Value> decodePropertyList(std::string_view bytes) {
     }
     const auto length = static_cast<std::uint32_t>(bytes.size());
     const bool binary = plist_is_binary(bytes.data(), length) != 0;
-    if (binary ? !binaryDepthWithinLimit(bytes) : !xmlDepthWithinLimit(bytes)) return std::nullopt;
+    if (binary ? !binaryGraphAcceptable(bytes) : !xmlDepthWithinLimit(bytes)) return std::nullopt;
     plist_t parsed = nullptr;
     plist_from_memory(bytes.data(), length, &parsed);
     PlistPtr root(parsed);

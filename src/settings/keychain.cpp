@@ -2,10 +2,11 @@
 
 #include <libsecret/secret.h>
 
-#include <iostream>
 #include <memory>
+#include <string>
 
 #include "norvik/platform/build_config.h"
+#include "norvik/platform/logger.h"
 
 namespace norvik {
 namespace {
@@ -46,17 +47,38 @@ Attributes attributes(const std::string& service, std::string_view key, bool syn
 }
 
 // Reports a failure and frees the error; false so that callers can return it.
+// The key as it may appear in a one-line message: control characters escaped.
+std::string printable(std::string_view key) {
+  std::string out;
+  for (const char c : key) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7F) {
+      static constexpr char kHex[] = "0123456789ABCDEF";
+      out += "\\x";
+      out += kHex[byte >> 4];
+      out += kHex[byte & 0xF];
+    } else {
+      out += c;
+    }
+  }
+  return out;
+}
+
 bool failed(const char* operation, std::string_view key, GError* error) {
-  std::cerr << "norvik: keychain: cannot " << operation << " '" << key
-            << "': " << (error ? error->message : "the secret service refused") << "\n";
+  NV_LOG_ERROR("keychain: cannot " + std::string(operation) + " '" + printable(key) +
+               "': " + (error ? error->message : "the secret service refused"));
   if (error) g_error_free(error);
   return false;
 }
 
-// A key is non-empty text without NUL characters; other keys are refused with a message.
+// A key is non-empty UTF-8 text without NUL characters (the secret service takes attributes as
+// UTF-8); other keys are refused with a message.
 bool validKey(std::string_view key) {
-  if (!key.empty() && key.find('\0') == std::string_view::npos) return true;
-  std::cerr << "norvik: keychain: a key must be non-empty text without NUL characters\n";
+  if (!key.empty() && key.find('\0') == std::string_view::npos &&
+      g_utf8_validate(key.data(), static_cast<gssize>(key.size()), nullptr)) {
+    return true;
+  }
+  NV_LOG_ERROR("keychain: a key must be non-empty UTF-8 text without NUL characters");
   return false;
 }
 

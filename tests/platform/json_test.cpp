@@ -72,6 +72,12 @@ TEST(JSONCoding, NumbersKeepTheirKindAndExactValue) {
   EXPECT_EQ(decodeJSON("1700000000.5")->doubleValue(), 1700000000.5);
   EXPECT_EQ(decodeJSON(R"("\u00e9\ud83d\ude00")"), Value("\xc3\xa9\xf0\x9f\x98\x80"));
   EXPECT_EQ(decodeJSON(R"({"a":1,"a":2})"), Value(Dictionary{{"a", 2}}));
+  // A negative zero keeps its sign and kind, so that writing it again gives the same text.
+  EXPECT_EQ(encodeJSON(Value(-0.0)), "-0.0");
+  const auto negativeZero = decodeJSON(*encodeJSON(Value(Array{-0.0})));
+  ASSERT_TRUE(negativeZero && negativeZero->array());
+  EXPECT_EQ((*negativeZero)[0].type(), Value::Type::Real);
+  EXPECT_TRUE(std::signbit(*(*negativeZero)[0].doubleValue()));
 
   std::mt19937_64 random(7);
   for (int i = 0; i < 5000; ++i) {

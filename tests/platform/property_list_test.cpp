@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <fstream>
 #include <limits>
 
@@ -150,6 +151,76 @@ TEST(PropertyListCoding, DeepNestingAndCyclesAreRefused) {
   EXPECT_TRUE(decodePropertyList(binaryChain(512)).has_value());
   EXPECT_EQ(decodePropertyList(binaryChain(1, 0)), std::nullopt);
   EXPECT_EQ(decodePropertyList(binaryChain(3, 1)), std::nullopt);
+}
+
+// A binary property list of the given objects (1-byte references, 2-byte offsets); object 0 is
+// the top.
+std::string binaryObjects(const std::vector<std::string>& objects) {
+  std::string out = "bplist00";
+  std::vector<std::size_t> offsets;
+  for (const std::string& object : objects) {
+    offsets.push_back(out.size());
+    out += object;
+  }
+  const std::size_t table = out.size();
+  for (std::size_t offset : offsets) {
+    out += static_cast<char>(offset >> 8);
+    out += static_cast<char>(offset & 0xFF);
+  }
+  out += std::string(6, '\0') + "\x02\x01";
+  for (std::uint64_t value :
+       {std::uint64_t{objects.size()}, std::uint64_t{0}, std::uint64_t{table}}) {
+    for (int shift = 56; shift >= 0; shift -= 8) out += static_cast<char>(value >> shift);
+  }
+  return out;
+}
+
+TEST(PropertyListCoding, DictionaryKeysMustBePlainStrings) {
+  using namespace std::string_literals;
+  // {"k": "v"} reads; a key with a NUL, or a key that is no string, made libplist abort.
+  EXPECT_EQ(decodePropertyList(binaryObjects({"\xd1\x01\x02", "\x51k", "\x51v"})),
+            Value(Dictionary{{"k", "v"}}));
+  EXPECT_EQ(decodePropertyList(binaryObjects({"\xd1\x01\x02", "\x53k\0k"s, "\x51v"})),
+            std::nullopt);
+  EXPECT_EQ(decodePropertyList(binaryObjects({"\xd1\x01\x02", "\x61\0\0"s, "\x51v"})),
+            std::nullopt);
+  EXPECT_EQ(decodePropertyList(binaryObjects({"\xd1\x01\x02", "\x10\x05", "\x51v"})), std::nullopt);
+  EXPECT_EQ(decodePropertyList(binaryObjects({"\xd1\x05\x02", "\x51k", "\x51v"})), std::nullopt);
+}
+
+TEST(PropertyListCoding, DatesOutsideTheWritableRangeAreClamped) {
+  // A binary date is a double of seconds since 2001; the writer keeps 32-bit seconds, so the reader
+  // gives the nearest date the writer can write, and the date round-trips.
+  auto binaryDate = [](double seconds) {
+    std::uint64_t bits;
+    std::memcpy(&bits, &seconds, sizeof bits);
+    std::string object = "\x33";
+    for (int shift = 56; shift >= 0; shift -= 8) object += static_cast<char>(bits >> shift);
+    return decodePropertyList(binaryObjects({object}));
+  };
+  const auto early = binaryDate(-2147483648.5);
+  ASSERT_TRUE(early && early->date());
+  EXPECT_EQ(early->date()->timeIntervalSinceReferenceDate(), -2147483648.0);
+  EXPECT_EQ(roundTrip(*early, PropertyListFormat::Binary), early);
+  const auto inside = binaryDate(-86400.25);
+  ASSERT_TRUE(inside && inside->date());
+  EXPECT_EQ(inside->date()->timeIntervalSinceReferenceDate(), -86400.25);
+  // Doubles far outside the range (libplist gives their microseconds as INT32_MIN) still read as a
+  // date of the range.
+  for (const double far : {-1e15, 1e15, -1e300}) {
+    const auto date = binaryDate(far);
+    ASSERT_TRUE(date && date->date()) << far;
+    EXPECT_GE(date->date()->timeIntervalSinceReferenceDate(), -2147483648.0) << far;
+    EXPECT_LE(date->date()->timeIntervalSinceReferenceDate(), 2147483647.0) << far;
+  }
+  // Microseconds survive repeated round trips, far from the reference date too.
+  for (const double seconds : {-2147481500.516351, -0.000001, 0.999999, 2147483000.000001}) {
+    Value value(Date::fromTimeIntervalSinceReferenceDate(seconds));
+    const auto once = roundTrip(value, PropertyListFormat::Binary);
+    ASSERT_TRUE(once) << seconds;
+    EXPECT_EQ(roundTrip(*once, PropertyListFormat::Binary), once) << seconds;
+    EXPECT_NEAR(once->date()->timeIntervalSinceReferenceDate(), seconds, 1e-6);
+  }
 }
 
 TEST(PropertyListCoding, ReadsFiles) {

@@ -2,10 +2,12 @@
 // Parsers of command-line values shared by the commands: numbers, instants and calendar days.
 // Each throws UsageError with a one-line reason on text it cannot read.
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <ctime>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include "cli.h"
 #include "norvik/calendar/lunisolar.h"
@@ -14,12 +16,15 @@
 
 namespace norvik::cli {
 
-// A whole or real number of type T, the whole text and nothing else.
+// A whole or real number of type T, the whole text and nothing else; a real must be finite ("inf"
+// and "nan" are refused).
 template <class T>
 T parseNumber(const std::string& text, const char* what) {
   T result{};
   auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), result);
-  if (text.empty() || ec != std::errc() || end != text.data() + text.size()) {
+  bool finite = true;
+  if constexpr (std::is_floating_point_v<T>) finite = std::isfinite(result);
+  if (text.empty() || ec != std::errc() || end != text.data() + text.size() || !finite) {
     throw UsageError("'" + text + "' is not " + what);
   }
   return result;

@@ -6,6 +6,7 @@
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
 
 #include "norvik/platform/value.h"
 
@@ -34,6 +35,15 @@ std::string plainText(const platform::Value& value);
 
 // Prints a JSON document on standard output, one line.
 void printJSON(const nlohmann::json& document);
+
+// The text made fit for one line of a terminal: control characters and bytes that are not UTF-8
+// become escapes (\n, \x1B, \xFF), and text beyond `limit` bytes is cut and marked with "...".
+std::string oneLine(std::string_view text, std::size_t limit = 400);
+
+// Prints "norvik: <message>" as one line on standard error (the message through oneLine). Only
+// the first error of a run is printed, so that a failing run ends with exactly one line; the
+// library's log messages come here too (main installs the logger's sink).
+void printError(std::string_view message);
 
 // The action a chosen subcommand runs; it returns the exit status.
 using Action = std::function<int()>;

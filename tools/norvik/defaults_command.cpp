@@ -64,7 +64,7 @@ void addDefaultsCommand(CLI::App& app, const GlobalOptions& options, Action& run
       if (options.json) {
         printJSON({{"key", args->key}, {"value", toJSON(value)}});
       } else if (value.isNull()) {
-        std::cerr << "norvik: no value for key '" << args->key << "'\n";
+        printError("no value for key '" + args->key + "'");
         return 1;
       } else {
         std::cout << plainText(value) << "\n";

@@ -42,7 +42,7 @@ void addKeychainCommand(CLI::App& app, const GlobalOptions& options, Action& run
       } else if (value) {
         std::cout << *value << "\n";
       } else {
-        std::cerr << "norvik: no secret for key '" << args->key << "'\n";
+        printError("no secret for key '" + args->key + "'");
       }
       return value ? 0 : 1;
     };

@@ -48,7 +48,7 @@ int watch(const GlobalOptions& options, const LanguageArgs& args) {
   BundleEx::installOnMainBundle();
   auto channel = platform::MessageChannel::open(kNVAppGroupIdentifier, kNVWormholeMessageDirectory);
   if (!channel) {
-    std::cerr << "norvik: the application-group container is not available\n";
+    printError("the application-group container is not available");
     return 1;
   }
   const auto own = platform::Bundle::main()->bundleIdentifier().value_or("");

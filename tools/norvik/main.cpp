@@ -5,6 +5,7 @@
 #include "cli.h"
 #include "norvik/environment/user_language.h"
 #include "norvik/platform/environment.h"
+#include "norvik/platform/logger.h"
 
 namespace {
 
@@ -75,6 +76,10 @@ int main(int argc, char** argv) {
   app.fallthrough();
   app.require_subcommand(0, 1);
 
+  // The library's log messages are the program's error messages.
+  norvik::SVLoggerObjcWrapper::setSink(
+      [](const norvik::SVLogRecord& record) { printError(record.message); });
+
   Action action;
   addRegisteredCommands(app, options, action);
 
@@ -83,7 +88,7 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& e) {
     // Help on any level arrives here as a "successful" parse error and is printed by exit().
     if (e.get_exit_code() == 0) return app.exit(e);
-    std::cerr << "norvik: " << e.what() << " (see norvik --help)\n";
+    printError(std::string(e.what()) + " (see norvik --help)");
     return 2;
   }
 
@@ -91,10 +96,10 @@ int main(int argc, char** argv) {
     applyGlobalOptions(options);
     return action ? action() : runOverview(options);
   } catch (const UsageError& e) {
-    std::cerr << "norvik: " << e.what() << "\n";
+    printError(e.what());
     return 2;
   } catch (const std::exception& e) {
-    std::cerr << "norvik: " << e.what() << "\n";
+    printError(e.what());
     return 1;
   }
 }

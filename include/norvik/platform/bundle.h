@@ -66,8 +66,9 @@ class Bundle {
   // ("zh-TW" finds "zh-Hant"), matching folder names without regard to case or '-' versus '_'
   // ("zh_CN"), and legacy English names ("English", "German", ...); then any folder of the same
   // language and script ("pt-PT" finds "pt-BR"). When no tag matches: `developmentRegion`, else
-  // "en", else the first localization other than "Base". Returns one code, or an empty list when
-  // `localizations` is empty.
+  // "en", else the first localization other than "Base". Codes that are not valid folder names
+  // (isValidLocalizationCode) are ignored. Returns one code, or an empty list when no valid code
+  // is offered.
   static std::vector<std::string> preferredLocalizationsFromArray(
       const std::vector<std::string>& localizations, const std::vector<std::string>& preferences,
       std::string_view developmentRegion = "");

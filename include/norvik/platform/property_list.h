@@ -19,9 +19,10 @@ enum class PropertyListFormat { XML, Binary };
 Data encodePropertyList(const Value& value, PropertyListFormat format);
 
 // Decodes XML or binary property-list bytes (the format is detected). Booleans stay booleans;
-// integers above INT64_MAX become reals; keyed-archiver UIDs become integers. Returns std::nullopt
-// for malformed input and for containers nested more than 512 deep or containing themselves;
-// never throws.
+// integers above INT64_MAX become reals; keyed-archiver UIDs become integers; dates are clamped to
+// the range the encoder writes. Returns std::nullopt for malformed input, for containers nested
+// more than 512 deep or containing themselves, and for dictionary keys that are not strings or
+// hold a NUL character; never throws.
 std::optional<Value> decodePropertyList(std::string_view bytes);
 
 // Reads and decodes a property-list file; std::nullopt when it is missing or malformed.

@@ -4,8 +4,9 @@
 //
 // Items are stored in the default collection under the attributes "service", "account" (the
 // item's key) and "synchronizable" (true for items that should follow the user). When no Secret
-// Service is reachable, or it refuses, an operation fails (false or absent) and says why on
-// standard error; a secret is never written anywhere else.
+// Service is reachable, or it refuses, an operation fails (false or absent) and says why through
+// the library's logger; a secret is never written anywhere else. Keys must be non-empty UTF-8
+// without NUL characters.
 
 #include <optional>
 #include <string>
