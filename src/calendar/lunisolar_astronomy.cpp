@@ -1,10 +1,11 @@
 // The sun's apparent longitude and the true new moons, with ΔT.
 //
-// The Earth's heliocentric longitude, latitude and radius come from the VSOP87 series truncated to
+// The Earth's heliocentric longitude and radius come from the VSOP87 series truncated to
 // the terms that matter at the level of a second of arc (the usual abridgement of the planetary
 // theory, good to about one arc second, i.e. about 24 seconds of time for the sun, over several
 // millennia). The apparent longitude adds the FK5 frame correction, nutation in longitude (the
-// 1980 series down to terms of 0.0005") and annual aberration.
+// 1980 series down to terms of 0.0005") and annual aberration; the latitude (under an arc second)
+// does not move the apparent longitude and is left out.
 //
 // New moons come from the mean lunation with the full periodic series in the sun's and moon's
 // anomalies, the moon's argument of latitude and node, and the fourteen planetary arguments; the
@@ -97,12 +98,6 @@ constexpr Term kL3[] = {
 };
 constexpr Term kL4[] = {{114, 3.142, 0}, {8, 4.13, 6283.08}, {1, 3.84, 12566.15}};
 constexpr Term kL5[] = {{1, 3.14, 0}};
-
-constexpr Term kB0[] = {
-    {280, 3.199, 84334.662}, {102, 5.422, 5507.553}, {80, 3.88, 5223.69},
-    {44, 3.7, 2352.87},      {32, 4, 1577.34},
-};
-constexpr Term kB1[] = {{9, 3.9, 5507.55}, {6, 1.73, 5223.69}};
 
 constexpr Term kR0[] = {
     {100013989, 0, 0},

@@ -346,15 +346,15 @@ struct KeyValueTable::Statements {
   }
 };
 
-KeyValueTable::KeyValueTable(std::string path, const KeyValueTableSpec& spec)
-    : path_(std::move(path)), counterPath_(path_ + ".counter"), spec_(spec) {}
+KeyValueTable::KeyValueTable(std::string path, const KeyValueTableLayout& layout)
+    : path_(std::move(path)), counterPath_(path_ + ".counter"), layout_(layout) {}
 
 KeyValueTable::~KeyValueTable() {
   closeConnection();
 }
 
 void KeyValueTable::log(std::string_view what, std::string_view detail) const {
-  std::fprintf(stderr, "norvik: %s %s: %.*s%s%.*s\n", spec_.logName, path_.c_str(),
+  std::fprintf(stderr, "norvik: %s %s: %.*s%s%.*s\n", layout_.logName, path_.c_str(),
                static_cast<int>(what.size()), what.data(), detail.empty() ? "" : ": ",
                static_cast<int>(detail.size()), detail.data());
 }
@@ -396,22 +396,24 @@ KeyValueTable::OpenResult KeyValueTable::openConnection() {
   // A file system without shared memory keeps the rollback journal; the table still works.
   if (rc == SQLITE_OK && mode != "wal") log("write-ahead log unavailable", mode);
   if (rc == SQLITE_OK) {
-    rc = execute(db_, spec_.fullSync ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL");
+    rc = execute(db_,
+                 layout_.fullSync ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL");
   }
   std::string check;
   if (rc == SQLITE_OK) rc = queryText(db_, "PRAGMA quick_check", check);
   if (rc == SQLITE_OK && check != "ok") rc = SQLITE_CORRUPT;
   if (rc == SQLITE_OK) rc = execute(db_, "BEGIN IMMEDIATE");
   if (rc == SQLITE_OK) {
-    std::string create = std::string("CREATE TABLE IF NOT EXISTS ") + spec_.table +
+    std::string create = std::string("CREATE TABLE IF NOT EXISTS ") + layout_.table +
                          " (key TEXT PRIMARY KEY NOT NULL, kind INTEGER NOT NULL, value)" +
-                         (spec_.withoutRowid ? " WITHOUT ROWID" : "");
+                         (layout_.withoutRowid ? " WITHOUT ROWID" : "");
     rc = execute(db_, create.c_str());
     std::string stored;
-    if (rc == SQLITE_OK && spec_.userVersion > 0)
+    if (rc == SQLITE_OK && layout_.userVersion > 0)
       rc = queryText(db_, "PRAGMA user_version", stored);
-    if (rc == SQLITE_OK && spec_.userVersion > 0 && std::atoi(stored.c_str()) < spec_.userVersion) {
-      std::string raise = "PRAGMA user_version = " + std::to_string(spec_.userVersion);
+    if (rc == SQLITE_OK && layout_.userVersion > 0 &&
+        std::atoi(stored.c_str()) < layout_.userVersion) {
+      std::string raise = "PRAGMA user_version = " + std::to_string(layout_.userVersion);
       rc = execute(db_, raise.c_str());
     }
     int end = execute(db_, rc == SQLITE_OK ? "COMMIT" : "ROLLBACK");
@@ -419,7 +421,7 @@ KeyValueTable::OpenResult KeyValueTable::openConnection() {
   }
   if (rc == SQLITE_OK) {
     statements_ = new Statements();
-    rc = statements_->prepare(db_, spec_.table);
+    rc = statements_->prepare(db_, layout_.table);
   }
   if (rc == SQLITE_OK) return OpenResult::Ok;
 

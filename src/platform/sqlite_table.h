@@ -67,7 +67,7 @@ int bindRowValue(sqlite3_stmt* stmt, int kindIndex, int valueIndex, const platfo
 std::optional<platform::Value> rowValue(sqlite3_stmt* stmt, int kindColumn, int valueColumn);
 
 // How a table is laid out and how hard its commits are pushed to disk.
-struct KeyValueTableSpec {
+struct KeyValueTableLayout {
   const char* logName;       // how messages name the store: "user defaults", "settings cache"
   const char* table;         // the table: key TEXT PRIMARY KEY, kind INTEGER, value
   bool withoutRowid;         // the table was created WITHOUT ROWID
@@ -91,7 +91,7 @@ class KeyValueTable {
     Failed,     // nothing done; logged once per run of failures
   };
 
-  KeyValueTable(std::string path, const KeyValueTableSpec& spec);
+  KeyValueTable(std::string path, const KeyValueTableLayout& layout);
   ~KeyValueTable();
   KeyValueTable(const KeyValueTable&) = delete;
   KeyValueTable& operator=(const KeyValueTable&) = delete;
@@ -138,7 +138,7 @@ class KeyValueTable {
 
   const std::string path_;
   const std::string counterPath_;
-  const KeyValueTableSpec spec_;
+  const KeyValueTableLayout layout_;
   SharedChangeCounter counter_;
   sqlite3* db_ = nullptr;
   Statements* statements_ = nullptr;

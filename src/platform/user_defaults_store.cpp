@@ -5,10 +5,10 @@
 
 namespace norvik::detail {
 
-const KeyValueTableSpec kUserDefaultsTable{"user defaults", "defaults", true, 0, true};
+const KeyValueTableLayout kUserDefaultsTable{"user defaults", "defaults", true, 0, true};
 
-DefaultsStore::DefaultsStore(std::string path, const KeyValueTableSpec& spec)
-    : table_(std::move(path), spec) {
+DefaultsStore::DefaultsStore(std::string path, const KeyValueTableLayout& layout)
+    : table_(std::move(path), layout) {
   std::lock_guard guard(mutex_);
   refreshLocked();
 }
@@ -101,7 +101,7 @@ bool DefaultsStore::synchronize() {
 }
 
 std::shared_ptr<DefaultsStore> defaultsStoreForPath(const std::string& path,
-                                                    const KeyValueTableSpec& spec) {
+                                                    const KeyValueTableLayout& layout) {
   // Guarded by `mutex`; stores stay open until the process exits.
   struct Registry {
     std::mutex mutex;
@@ -116,7 +116,7 @@ std::shared_ptr<DefaultsStore> defaultsStoreForPath(const std::string& path,
     it->second->revalidate();
     return it->second;
   }
-  auto store = std::make_shared<DefaultsStore>(path, spec);
+  auto store = std::make_shared<DefaultsStore>(path, layout);
   registry.stores.emplace(path, store);
   return store;
 }

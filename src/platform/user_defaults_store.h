@@ -14,14 +14,14 @@
 namespace norvik::detail {
 
 // The layout of a user-defaults suite: table "defaults", every commit synced to disk.
-extern const KeyValueTableSpec kUserDefaultsTable;
+extern const KeyValueTableLayout kUserDefaultsTable;
 
 class DefaultsStore {
  public:
   // A store of the database at `path` (made with its directories, mode 0700, when missing). The
   // file is opened at once; when that fails the store still keeps what is set in memory and tries
   // again at every synchronize().
-  DefaultsStore(std::string path, const KeyValueTableSpec& spec);
+  DefaultsStore(std::string path, const KeyValueTableLayout& layout);
   // Saves the changes still buffered, so that nothing set in a process that exits is lost.
   ~DefaultsStore();
   DefaultsStore(const DefaultsStore&) = delete;
@@ -58,6 +58,6 @@ class DefaultsStore {
 // The process-wide store of the database file at `path`, made on first use and kept for the life
 // of the process so that new handles cost only a lookup.
 std::shared_ptr<DefaultsStore> defaultsStoreForPath(const std::string& path,
-                                                    const KeyValueTableSpec& spec);
+                                                    const KeyValueTableLayout& layout);
 
 }  // namespace norvik::detail

@@ -55,8 +55,8 @@ std::shared_ptr<detail::DefaultsStore> SVDatabaseUserDefaults::database() {
     } else {
       // NORMAL: a committed row survives the death of its process; only a power cut can undo
       // the last few commits, which this second copy of the settings can afford.
-      const detail::KeyValueTableSpec table{"settings cache", "custom_user_defaults", false,
-                                            version_, false};
+      const detail::KeyValueTableLayout table{"settings cache", "custom_user_defaults", false,
+                                              version_, false};
       resolved_->database = detail::defaultsStoreForPath(path, table);
     }
     resolved_->generation = generation;

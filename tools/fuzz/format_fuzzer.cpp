@@ -71,44 +71,44 @@ void arbitraryFormat(FuzzedDataProvider& in) {
 
 // One specifier against snprintf.
 void againstSnprintf(FuzzedDataProvider& in) {
-  std::string spec = "%";
+  std::string directive = "%";
   const bool left = in.ConsumeBool(), plus = in.ConsumeBool(), space = in.ConsumeBool();
   const bool zero = in.ConsumeBool(), alt = in.ConsumeBool();
   const int kind = in.ConsumeIntegralInRange(0, 2);  // integer, real, string
-  if (left) spec += '-';
-  if (plus) spec += '+';
-  if (space) spec += ' ';
-  if (zero && kind != 2) spec += '0';
-  if (alt && kind != 2) spec += '#';
-  if (in.ConsumeBool()) spec += std::to_string(in.ConsumeIntegralInRange(0, 80));
-  if (in.ConsumeBool()) spec += "." + std::to_string(in.ConsumeIntegralInRange(0, 80));
+  if (left) directive += '-';
+  if (plus) directive += '+';
+  if (space) directive += ' ';
+  if (zero && kind != 2) directive += '0';
+  if (alt && kind != 2) directive += '#';
+  if (in.ConsumeBool()) directive += std::to_string(in.ConsumeIntegralInRange(0, 80));
+  if (in.ConsumeBool()) directive += "." + std::to_string(in.ConsumeIntegralInRange(0, 80));
 
   char buffer[512];
   std::string expected;
   std::optional<std::string> actual;
   if (kind == 0) {
     static constexpr char kConversions[] = {'d', 'i', 'u', 'x', 'X', 'o'};
-    spec += "ll";
-    spec += in.PickValueInArray(kConversions);
+    directive += "ll";
+    directive += in.PickValueInArray(kConversions);
     const auto value = in.ConsumeIntegral<long long>();
-    std::snprintf(buffer, sizeof buffer, spec.c_str(), value);
-    actual = tryFormat(spec, std::vector<FormatArgument>{FormatArgument(value)});
+    std::snprintf(buffer, sizeof buffer, directive.c_str(), value);
+    actual = tryFormat(directive, std::vector<FormatArgument>{FormatArgument(value)});
   } else if (kind == 1) {
     static constexpr char kConversions[] = {'f', 'F', 'e', 'E', 'g', 'G', 'a', 'A'};
-    spec += in.PickValueInArray(kConversions);
+    directive += in.PickValueInArray(kConversions);
     const auto value = in.ConsumeFloatingPoint<double>();
-    std::snprintf(buffer, sizeof buffer, spec.c_str(), value);
-    actual = tryFormat(spec, std::vector<FormatArgument>{FormatArgument(value)});
+    std::snprintf(buffer, sizeof buffer, directive.c_str(), value);
+    actual = tryFormat(directive, std::vector<FormatArgument>{FormatArgument(value)});
   } else {
     std::string text = in.ConsumeRandomLengthString(100);
     for (char& c : text) c = static_cast<char>(0x20 + static_cast<unsigned char>(c) % 0x5F);
-    spec += 's';
-    std::snprintf(buffer, sizeof buffer, spec.c_str(), text.c_str());
-    actual = tryFormat(spec, std::vector<FormatArgument>{FormatArgument(text)});
+    directive += 's';
+    std::snprintf(buffer, sizeof buffer, directive.c_str(), text.c_str());
+    actual = tryFormat(directive, std::vector<FormatArgument>{FormatArgument(text)});
   }
   expected = buffer;
   if (actual != expected) {
-    std::fprintf(stderr, "%s: engine '%s', snprintf '%s'\n", spec.c_str(),
+    std::fprintf(stderr, "%s: engine '%s', snprintf '%s'\n", directive.c_str(),
                  actual ? actual->c_str() : "(mismatch)", expected.c_str());
     norvik::fuzz::fail("a specifier formats as snprintf does");
   }
