@@ -14,9 +14,11 @@ packages=(
   build-essential cmake ninja-build ccache pkg-config git
   libicu-dev libical-dev libsqlite3-dev nlohmann-json3-dev libplist-dev
   libglib2.0-dev libsecret-1-dev libcli11-dev
-  libgtest-dev libgmock-dev libbenchmark-dev
-  dbus dbus-daemon gnome-keyring tzdata locales
+  tzdata locales
 )
+# Tests and benchmarks (every preset but "run", which builds the program alone) need these too;
+# the keychain tests run against a Secret Service on a private session bus.
+[ "$preset" = run ] || packages+=(libgtest-dev libgmock-dev libbenchmark-dev dbus dbus-daemon gnome-keyring)
 # The fuzz targets need clang and its sanitizer and libFuzzer runtimes; nothing else does.
 [ "$preset" = fuzz ] && packages+=(clang libclang-rt-dev)
 
