@@ -1,5 +1,6 @@
 // Cost of the operation machinery: running many small operations through a queue at several
-// concurrency limits, chains of dependent operations, and the day-stamp conversions.
+// concurrency limits, chains of dependent operations, 10,000 operations chained or waiting for one,
+// and the day-stamp conversions.
 #include <benchmark/benchmark.h>
 
 #include <atomic>
@@ -46,6 +47,45 @@ void BM_QueueChain(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * 1000);
 }
 BENCHMARK(BM_QueueChain)->UseRealTime();
+
+// 10,000 operations in one chain, each waiting for the one before: finishing one touches only
+// the next, so the whole chain costs linear time.
+void BM_QueueChain10000(benchmark::State& state) {
+  constexpr int kCount = 10000;
+  for (auto _ : state) {
+    std::vector<std::shared_ptr<Operation>> operations;
+    operations.reserve(kCount);
+    for (int i = 0; i < kCount; ++i) {
+      operations.push_back(std::make_shared<BlockOperation>([] {}));
+      if (i > 0) operations[i]->addDependency(operations[i - 1]);
+    }
+    OperationQueue queue;
+    queue.setMaxConcurrentOperationCount(4);
+    queue.addOperations(operations, true);
+  }
+  state.SetItemsProcessed(state.iterations() * kCount);
+}
+BENCHMARK(BM_QueueChain10000)->Unit(benchmark::kMillisecond);
+
+// 10,000 operations that all wait for one: its end makes them ready at once.
+void BM_QueueFanOut10000(benchmark::State& state) {
+  constexpr int kCount = 10000;
+  for (auto _ : state) {
+    auto root = std::make_shared<BlockOperation>([] {});
+    std::vector<std::shared_ptr<Operation>> operations;
+    operations.reserve(kCount + 1);
+    for (int i = 0; i < kCount; ++i) {
+      operations.push_back(std::make_shared<BlockOperation>([] {}));
+      operations.back()->addDependency(root);
+    }
+    operations.push_back(root);  // added last, so every dependent is waiting when it runs
+    OperationQueue queue;
+    queue.setMaxConcurrentOperationCount(4);
+    queue.addOperations(operations, true);
+  }
+  state.SetItemsProcessed(state.iterations() * (kCount + 1));
+}
+BENCHMARK(BM_QueueFanOut10000)->Unit(benchmark::kMillisecond);
 
 void BM_StampRoundTrip(benchmark::State& state) {
   double seconds = 1709596800.0;

@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <deque>
+#include <map>
+#include <set>
 #include <thread>
+#include <unordered_map>
 
 namespace norvik::platform {
 
@@ -62,6 +65,7 @@ bool Operation::isCancelled() const {
 }
 
 bool Operation::dependenciesFinished() const {
+  if (!pollsDependencies_.load()) return unfinishedDependencies_.load() <= 0;
   std::vector<std::shared_ptr<Operation>> dependencies;
   {
     std::lock_guard lock(mutex_);
@@ -80,13 +84,30 @@ void Operation::addDependency(const std::shared_ptr<Operation>& operation) {
     }
   }
   willChangeValueForKey(kIsReady);
+  bool added = false;
   {
     std::lock_guard lock(mutex_);
-    dependencies_.push_back(operation);
+    if (std::find(dependencies_.begin(), dependencies_.end(), operation) == dependencies_.end()) {
+      dependencies_.push_back(operation);
+      // Counted before the dependency can tell us that it finished, so the count never dips
+      // below what is still outstanding.
+      ++unfinishedDependencies_;
+      added = true;
+    }
   }
-  {
-    std::lock_guard lock(operation->mutex_);
-    operation->dependents_.push_back(weak_from_this());
+  if (added) {
+    std::weak_ptr<Operation> self = weak_from_this();
+    if (self.expired()) pollsDependencies_.store(true);
+    bool counted = false;
+    {
+      std::lock_guard lock(operation->mutex_);
+      if (!operation->dependentsNotified_ && !self.expired()) {
+        operation->dependents_.push_back(std::move(self));
+        counted = true;
+      }
+    }
+    // Already finished and announced: it will not tell us again.
+    if (!counted) --unfinishedDependencies_;
   }
   didChangeValueForKey(kIsReady);
 }
@@ -99,16 +120,31 @@ void Operation::removeDependency(const std::shared_ptr<Operation>& operation) {
     if (it == dependencies_.end()) return;
   }
   willChangeValueForKey(kIsReady);
+  bool removed = false;
   {
     std::lock_guard lock(mutex_);
-    std::erase(dependencies_, operation);
+    auto it = std::find(dependencies_.begin(), dependencies_.end(), operation);
+    if (it != dependencies_.end()) {
+      dependencies_.erase(it);
+      removed = true;
+    }
   }
-  {
-    std::lock_guard lock(operation->mutex_);
-    std::erase_if(operation->dependents_, [this](const std::weak_ptr<Operation>& weak) {
-      auto dependent = weak.lock();
-      return !dependent || dependent.get() == this;
-    });
+  if (removed) {
+    std::weak_ptr<Operation> self = weak_from_this();
+    bool wasCounted = false;
+    {
+      std::lock_guard lock(operation->mutex_);
+      auto& dependents = operation->dependents_;
+      auto it = std::find_if(dependents.begin(), dependents.end(), [&](const auto& weak) {
+        return !weak.owner_before(self) && !self.owner_before(weak);
+      });
+      if (it != dependents.end()) {
+        dependents.erase(it);
+        wasCounted = true;
+      }
+    }
+    // Not found: it finished and has told us (or is telling us right now) already.
+    if (wasCounted) --unfinishedDependencies_;
   }
   didChangeValueForKey(kIsReady);
 }
@@ -169,7 +205,6 @@ void Operation::didChangeValueForKey(std::string_view key) {
   if (key != kIsFinished || !isFinished()) return;
 
   std::function<void()> completion;
-  std::vector<std::weak_ptr<Operation>> dependents;
   {
     std::lock_guard lock(mutex_);
     finishedCondition_.notify_all();
@@ -178,7 +213,6 @@ void Operation::didChangeValueForKey(std::string_view key) {
       completion = std::move(completionBlock_);
       completionBlock_ = nullptr;
     }
-    dependents = dependents_;
   }
   if (completion) {
     try {
@@ -187,6 +221,19 @@ void Operation::didChangeValueForKey(std::string_view key) {
       // A failing completion block is dropped; the operation is finished regardless.
     }
   }
+  notifyDependentsOnce();
+}
+
+void Operation::notifyDependentsOnce() {
+  std::vector<std::weak_ptr<Operation>> dependents;
+  {
+    std::lock_guard lock(mutex_);
+    if (dependentsNotified_) return;
+    dependentsNotified_ = true;
+    dependents.swap(dependents_);
+  }
+  // Only the operations that wait for this one hear of it: finishing costs one step per
+  // dependent, however many operations there are.
   for (const auto& weak : dependents) {
     if (auto dependent = weak.lock()) dependent->dependencyFinished();
   }
@@ -194,6 +241,7 @@ void Operation::didChangeValueForKey(std::string_view key) {
 
 void Operation::dependencyFinished() {
   willChangeValueForKey(kIsReady);
+  --unfinishedDependencies_;
   didChangeValueForKey(kIsReady);
 }
 
@@ -230,7 +278,15 @@ struct OperationQueue::State : std::enable_shared_from_this<OperationQueue::Stat
   mutable std::mutex mutex;
   std::condition_variable workAvailable;
   mutable std::condition_variable changed;
-  std::vector<Entry> entries;  // in the order added
+  // The operations in the queue by the sequence number they were added with, so in the order
+  // added.
+  std::map<std::uint64_t, Entry> entries;
+  std::unordered_map<const Operation*, std::uint64_t> sequenceOf;
+  // Waiting operations that said they were ready, by sequence number: the first is the earliest
+  // added. An operation enters when it announces readiness (or is added ready), so starting one
+  // never looks at the operations that are still waiting for something.
+  std::set<std::uint64_t> ready;
+  std::uint64_t nextSequence = 0;
   std::deque<std::shared_ptr<Operation>> toStart;
   std::vector<std::thread> workers;
   std::size_t idleWorkers = 0;
@@ -244,11 +300,27 @@ struct OperationQueue::State : std::enable_shared_from_this<OperationQueue::Stat
     return static_cast<int>(std::max(2u, std::thread::hardware_concurrency()));
   }
 
+  // Notes whether a waiting operation is ready now. Called with the lock held.
+  void noteReadiness(std::uint64_t sequence, const Entry& entry) {
+    if (entry.started) return;
+    if (!entry.operation->isFinished() && entry.operation->isReady()) {
+      ready.insert(sequence);
+    } else {
+      ready.erase(sequence);
+    }
+  }
+
   // Moves ready operations to the workers while the limit allows. Called with the lock held.
   void schedule() {
     if (suspended || stopping) return;
-    for (Entry& entry : entries) {
-      if (running >= limit()) break;
+    while (running < limit() && !ready.empty()) {
+      auto first = ready.begin();
+      auto found = entries.find(*first);
+      ready.erase(first);
+      if (found == entries.end()) continue;
+      Entry& entry = found->second;
+      // Readiness can be withdrawn (a dependency added later); the operation comes back when
+      // it announces readiness again.
       if (entry.started || entry.operation->isFinished() || !entry.operation->isReady()) continue;
       entry.started = true;
       ++running;
@@ -276,8 +348,12 @@ struct OperationQueue::State : std::enable_shared_from_this<OperationQueue::Stat
       } catch (...) {
         // start() of a subclass failed; the operation leaves the queue below if it is finished.
       }
-      // An operation that finished without announcing it still leaves the queue.
-      if (operation->isFinished()) retire(*operation);
+      // An operation that finished without announcing it still leaves the queue, and the
+      // operations that wait for it still hear of it.
+      if (operation->isFinished()) {
+        operation->notifyDependentsOnce();
+        retire(*operation);
+      }
       operation.reset();
       lock.lock();
       ++idleWorkers;
@@ -289,12 +365,14 @@ struct OperationQueue::State : std::enable_shared_from_this<OperationQueue::Stat
     std::shared_ptr<Operation> keep;
     {
       std::lock_guard lock(mutex);
-      auto it = std::find_if(entries.begin(), entries.end(),
-                             [&](const Entry& e) { return e.operation.get() == &operation; });
-      if (it == entries.end()) return;
-      if (it->started) --running;
-      observer = it->observer;
-      keep = std::move(it->operation);
+      auto sequence = sequenceOf.find(&operation);
+      if (sequence == sequenceOf.end()) return;
+      auto it = entries.find(sequence->second);
+      ready.erase(sequence->second);
+      sequenceOf.erase(sequence);
+      if (it->second.started) --running;
+      observer = it->second.observer;
+      keep = std::move(it->second.operation);
       entries.erase(it);
       schedule();
       changed.notify_all();
@@ -307,6 +385,9 @@ struct OperationQueue::State : std::enable_shared_from_this<OperationQueue::Stat
       if (operation.isFinished()) retire(operation);
     } else if (key == kIsReady) {
       std::lock_guard lock(mutex);
+      auto sequence = sequenceOf.find(&operation);
+      if (sequence == sequenceOf.end()) return;
+      noteReadiness(sequence->second, entries.at(sequence->second));
       schedule();
     }
   }
@@ -344,7 +425,11 @@ bool OperationQueue::addOperation(const std::shared_ptr<Operation>& operation) {
       });
   {
     std::lock_guard lock(state_->mutex);
-    state_->entries.push_back({operation, observer, false});
+    std::uint64_t sequence = state_->nextSequence++;
+    const State::Entry& entry =
+        state_->entries.emplace(sequence, State::Entry{operation, observer, false}).first->second;
+    state_->sequenceOf.emplace(operation.get(), sequence);
+    state_->noteReadiness(sequence, entry);
     state_->schedule();
   }
   // Finished (by a cancel() on another thread) before its entry existed: leave at once.
@@ -372,7 +457,7 @@ std::vector<std::shared_ptr<Operation>> OperationQueue::operations() const {
   std::lock_guard lock(state_->mutex);
   std::vector<std::shared_ptr<Operation>> result;
   result.reserve(state_->entries.size());
-  for (const auto& entry : state_->entries) result.push_back(entry.operation);
+  for (const auto& [sequence, entry] : state_->entries) result.push_back(entry.operation);
   return result;
 }
 

@@ -92,6 +92,8 @@ class Operation : public std::enable_shared_from_this<Operation> {
   void announce(std::string_view key, KeyValueChange change);
   void dependencyFinished();
   bool dependenciesFinished() const;
+  // Tells the dependents, once, that this operation has finished.
+  void notifyDependentsOnce();
   friend class OperationQueue;
 
   // Guards every field below except the atomics.
@@ -102,7 +104,15 @@ class Operation : public std::enable_shared_from_this<Operation> {
   std::atomic<bool> started_{false};
   std::atomic<bool> enqueued_{false};  // set once by the queue that takes the operation
   std::vector<std::shared_ptr<Operation>> dependencies_;
+  // Dependents still to be told that this operation finished; each entry stands for one count in
+  // the dependent's unfinishedDependencies_.
   std::vector<std::weak_ptr<Operation>> dependents_;
+  bool dependentsNotified_ = false;
+  // Dependencies that have not told this operation that they finished: readiness is one load.
+  std::atomic<int> unfinishedDependencies_{0};
+  // Set when this operation is not owned by a shared pointer, so its dependencies cannot tell it
+  // that they finished: readiness then looks at every dependency.
+  std::atomic<bool> pollsDependencies_{false};
   std::vector<std::pair<std::uint64_t, std::shared_ptr<Observer>>> observers_;
   std::uint64_t nextObserver_ = 1;
   std::function<void()> completionBlock_;
