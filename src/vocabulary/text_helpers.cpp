@@ -1,6 +1,7 @@
 #include "norvik/vocabulary/text_helpers.h"
 
 #include <unicode/regex.h>
+#include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
 #include <memory>
@@ -105,25 +106,178 @@ icu::UnicodeString quoted(std::string_view text) {
   return result;
 }
 
-const Pattern& markdownLinkPattern() {
-  static const Pattern pattern = compile(R"(\[(.+?)\]\(.+?\))");
-  return pattern;
-}
-
 const Pattern& attachmentPattern() {
   static const Pattern pattern = compile(R"(!\[((?i:image|file))\]\([A-Za-z0-9_\-]+/([^\s()]+)\))");
   return pattern;
 }
 
-const Pattern& imagePattern() {
-  static const Pattern pattern = compile(R"(!\[[^\]]*\]\([^()\s]+\))");
-  return pattern;
+// ---- Markdown links and link images in linear time ----
+//
+// Regular expressions for "[text](address)" try every '[' and run to the next ']' or the end of the
+// line from each, which is quadratic on a long line full of brackets. The scanners below find the
+// same matches as those expressions (named beside each), in the same order, with every search
+// resuming where the last stopped. They work on the same UTF-16 text as the expressions; every
+// character they look for is in the Basic Multilingual Plane, so code units serve.
+
+// A match: [start, end) is replaced; the two groups are [textStart, textEnd) and
+// [addressStart, addressEnd).
+struct LinkMatch {
+  int32_t start, end, textStart, textEnd, addressStart, addressEnd;
+};
+
+// "." of a regular expression stops at these.
+bool isLineTerminator(char16_t c) {
+  return (c >= 0x0a && c <= 0x0d) || c == 0x85 || c == 0x2028 || c == 0x2029;
 }
 
-const Pattern& linkPattern() {
-  static const Pattern pattern = compile(R"((?<!!)\[([^\]]+)\]\(([^()\s]+)\))");
-  return pattern;
+// "\s" of a regular expression.
+bool isSpace(char16_t c) {
+  return u_isUWhiteSpace(c);
 }
+
+// The first position at or after a given one where `Predicate` holds (the length when none).
+// Questions must come in non-decreasing order; then every position is looked at once.
+template <class Predicate>
+class NextPosition {
+ public:
+  NextPosition(const char16_t* text, int32_t length, Predicate predicate)
+      : text_(text), length_(length), predicate_(predicate) {}
+  int32_t from(int32_t position) {
+    if (asked_ <= position && answer_ >= position) return answer_;
+    asked_ = position;
+    answer_ = position;
+    while (answer_ < length_ && !predicate_(text_, length_, answer_)) ++answer_;
+    return answer_;
+  }
+
+ private:
+  const char16_t* text_;
+  int32_t length_;
+  Predicate predicate_;
+  int32_t asked_ = -1;
+  int32_t answer_ = -1;
+};
+
+using IsAt = bool (*)(const char16_t* text, int32_t length, int32_t position);
+
+// Links (?<!!)\[([^\]]+)\]\(([^()\s]+)\), or with `image` link images !\[[^\]]*\]\([^()\s]+\).
+class LinkScanner {
+ public:
+  LinkScanner(const icu::UnicodeString& text, bool image)
+      : text_(text.getBuffer()),
+        length_(text.length()),
+        image_(image),
+        closes_(text.getBuffer(), text.length(),
+                [](const char16_t* t, int32_t, int32_t i) { return t[i] == u']'; }) {}
+
+  std::optional<LinkMatch> next(int32_t from) {
+    for (int32_t start = from; start < length_; ++start) {
+      int32_t textStart;
+      if (image_) {
+        if (text_[start] != u'!' || start + 1 >= length_ || text_[start + 1] != u'[') continue;
+        textStart = start + 2;
+      } else {
+        if (text_[start] != u'[' || (start > 0 && text_[start - 1] == u'!')) continue;
+        textStart = start + 1;
+      }
+      // The text runs to the first ']'; without one no later bracket can match either.
+      const int32_t close = closes_.from(textStart);
+      if (close >= length_) return std::nullopt;
+      if (!image_ && close == textStart) continue;
+      const int32_t addressEnd = addressEndAfter(close);
+      if (addressEnd < 0) continue;
+      return LinkMatch{start, addressEnd + 1, textStart, close, close + 2, addressEnd};
+    }
+    return std::nullopt;
+  }
+
+ private:
+  // For the ']' at `close`: where "(address)" ends (the position of its ')'), or -1. Every bracket
+  // before `close` shares the answer, so it is kept; addresses hold no '(' and one that follows a
+  // later ']' stops before it, so no character is looked at twice.
+  int32_t addressEndAfter(int32_t close) {
+    if (close == checkedClose_) return checkedEnd_;
+    checkedClose_ = close;
+    checkedEnd_ = -1;
+    if (close + 1 >= length_ || text_[close + 1] != u'(') return checkedEnd_;
+    int32_t end = close + 2;
+    while (end < length_ && text_[end] != u'(' && text_[end] != u')' && !isSpace(text_[end])) ++end;
+    if (end > close + 2 && end < length_ && text_[end] == u')') checkedEnd_ = end;
+    return checkedEnd_;
+  }
+
+  const char16_t* text_;
+  int32_t length_;
+  bool image_;
+  NextPosition<IsAt> closes_;
+  int32_t checkedClose_ = -1;
+  int32_t checkedEnd_ = -1;
+};
+
+// Markdown links as \[(.+?)\]\(.+?\) finds them: the text is the shortest run up to a "](" that is
+// followed, on the same line, by at least one character and a ')'; the destination is the shortest
+// such run. The first "](" after the '[' decides: a later one on the line has fewer ')' after it.
+class LazyLinkScanner {
+ public:
+  explicit LazyLinkScanner(const icu::UnicodeString& text)
+      : text_(text.getBuffer()),
+        length_(text.length()),
+        lineEnds_(text_, length_,
+                  [](const char16_t* t, int32_t, int32_t i) { return isLineTerminator(t[i]); }),
+        openings_(text_, length_,
+                  [](const char16_t* t, int32_t n, int32_t i) {
+                    return t[i] == u']' && i + 1 < n && t[i + 1] == u'(';
+                  }),
+        closes_(text_, length_,
+                [](const char16_t* t, int32_t, int32_t i) { return t[i] == u')'; }) {}
+
+  std::optional<LinkMatch> next(int32_t from) {
+    for (int32_t start = from; start < length_; ++start) {
+      if (text_[start] != u'[') continue;
+      const int32_t opening = openings_.from(start + 2);
+      if (opening >= length_) return std::nullopt;  // no "](" left for any later bracket
+      const int32_t lineEnd = lineEnds_.from(start + 1);
+      if (opening >= lineEnd) continue;
+      const int32_t close = closes_.from(opening + 3);
+      if (close >= lineEnd) continue;
+      return LinkMatch{start, close + 1, start + 1, opening, opening + 2, close};
+    }
+    return std::nullopt;
+  }
+
+ private:
+  const char16_t* text_;
+  int32_t length_;
+  NextPosition<IsAt> lineEnds_;
+  NextPosition<IsAt> openings_;
+  NextPosition<IsAt> closes_;
+};
+
+// Every match the scanner finds replaced by what `replacement` makes of it (from the text and
+// the match); the text unchanged when there is none.
+template <class Scanner, class Replacement>
+std::string replaceLinks(std::string_view text, Scanner makeScanner, Replacement replacement) {
+  const icu::UnicodeString subject = fromUtf8(text);
+  auto scanner = makeScanner(subject);
+  icu::UnicodeString result;
+  int32_t copied = 0;
+  bool matched = false;
+  while (auto match = scanner.next(copied)) {
+    matched = true;
+    result.append(subject, copied, match->start - copied);
+    replacement(subject, *match, result);
+    copied = match->end;
+  }
+  if (!matched) return std::string(text);
+  result.append(subject, copied, subject.length() - copied);
+  return toUtf8(result);
+}
+
+icu::UnicodeString part(const icu::UnicodeString& text, int32_t start, int32_t end) {
+  return icu::UnicodeString(text, start, end - start);
+}
+
+auto links = [](const icu::UnicodeString& text) { return LinkScanner(text, false); };
 
 std::string replacingAttachments(std::string_view content) {
   return replaceMatches(attachmentPattern(), content, [](icu::RegexMatcher& matcher) {
@@ -187,9 +341,11 @@ bool isFakedEmailFormat(std::string_view text) {
 }
 
 std::string trimMarkdownLink(std::string_view text) {
-  return replaceMatches(markdownLinkPattern(), text, [](icu::RegexMatcher& matcher) {
-    return matcher.groupCount() >= 1 ? std::optional(group(matcher, 1)) : std::nullopt;
-  });
+  return replaceLinks(
+      text, [](const icu::UnicodeString& subject) { return LazyLinkScanner(subject); },
+      [](const icu::UnicodeString& subject, const LinkMatch& match, icu::UnicodeString& out) {
+        out.append(subject, match.textStart, match.textEnd - match.textStart);
+      });
 }
 
 std::string localized(std::string_view key) {
@@ -205,25 +361,32 @@ std::string processingMarkdownAttachmentsAsTaskContent(std::string_view content)
 }
 
 std::string processingMarkdownAttachmentsWithoutLinkImage(std::string_view content) {
-  return replaceMatches(imagePattern(), replacingAttachments(content),
-                        [](icu::RegexMatcher&) { return std::optional(icu::UnicodeString()); });
+  return replaceLinks(
+      replacingAttachments(content),
+      [](const icu::UnicodeString& subject) { return LinkScanner(subject, true); },
+      [](const icu::UnicodeString&, const LinkMatch&, icu::UnicodeString&) {});
 }
 
 std::string replacingMarkdownElementsAsTaskContent(std::string_view content) {
-  return replaceMatches(linkPattern(), replacingAttachments(content),
-                        [](icu::RegexMatcher& matcher) {
-                          icu::UnicodeString text = group(matcher, 1);
-                          const icu::UnicodeString address = group(matcher, 2);
-                          if (text == address) return std::optional(address);
-                          text.append(" (").append(address).append(")");
-                          return std::optional(text);
-                        });
+  return replaceLinks(
+      replacingAttachments(content), links,
+      [](const icu::UnicodeString& subject, const LinkMatch& match, icu::UnicodeString& out) {
+        const icu::UnicodeString text = part(subject, match.textStart, match.textEnd);
+        const icu::UnicodeString address = part(subject, match.addressStart, match.addressEnd);
+        if (text == address) {
+          out.append(address);
+        } else {
+          out.append(text).append(" (").append(address).append(")");
+        }
+      });
 }
 
 std::string processingMarkdownElementsAsTaskContent(std::string_view content) {
-  return replaceMatches(
-      linkPattern(), replacingAttachments(content),
-      [](icu::RegexMatcher& matcher) { return std::optional(group(matcher, 1)); });
+  return replaceLinks(
+      replacingAttachments(content), links,
+      [](const icu::UnicodeString& subject, const LinkMatch& match, icu::UnicodeString& out) {
+        out.append(subject, match.textStart, match.textEnd - match.textStart);
+      });
 }
 
 std::string processingMarkdownAttachmentsAsTaskContentByFileName(

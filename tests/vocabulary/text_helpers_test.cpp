@@ -1,11 +1,15 @@
 #include "norvik/vocabulary/text_helpers.h"
 
 #include <gtest/gtest.h>
+#include <unicode/regex.h>
+#include <unicode/unistr.h>
 
 #include <filesystem>
 #include <fstream>
 #include <list>
 #include <map>
+#include <memory>
+#include <random>
 
 #include "norvik/platform/environment.h"
 #include "norvik/settings/registry.h"
@@ -136,6 +140,101 @@ TEST_F(LocalizedBundle, MarkdownAttachmentsBecomePlaceholders) {
             "![logo](https://x.org/l.png)");
   EXPECT_EQ(processingMarkdownAttachmentsAsTaskContent("![image](/abs/path.png)"),
             "![image](/abs/path.png)");
+}
+
+// The link helpers were first written with these regular expressions; the linear scanners that
+// replaced them must give the same text for every input. `address` writes a link as
+// "text (address)" (the address alone when both are the same); otherwise the first group, or
+// nothing for a pattern without groups, replaces each match.
+std::string regexReference(const char* pattern, const std::string& text, bool address = false) {
+  UErrorCode status = U_ZERO_ERROR;
+  UParseError parseError{};
+  std::unique_ptr<icu::RegexPattern> compiled(
+      icu::RegexPattern::compile(icu::UnicodeString::fromUTF8(pattern), 0, parseError, status));
+  const icu::UnicodeString subject = icu::UnicodeString::fromUTF8(text);
+  std::unique_ptr<icu::RegexMatcher> matcher(compiled->matcher(subject, status));
+  icu::UnicodeString result;
+  int32_t copied = 0;
+  bool matched = false;
+  while (matcher->find(status)) {
+    matched = true;
+    result.append(subject, copied, matcher->start(status) - copied);
+    icu::UnicodeString first = matcher->groupCount() > 0 ? matcher->group(1, status) : "";
+    if (address) {
+      icu::UnicodeString second = matcher->group(2, status);
+      if (first != second) first.append(" (").append(second).append(")");
+    }
+    result.append(first);
+    copied = matcher->end(status);
+  }
+  if (!matched) return text;
+  result.append(subject, copied, subject.length() - copied);
+  std::string out;
+  return result.toUTF8String(out);
+}
+
+TEST_F(LocalizedBundle, LinkHelpersAgreeWithTheRegularExpressionsOnRandomAndAdversarialText) {
+  const char* lazyLink = R"(\[(.+?)\]\(.+?\))";
+  const char* link = R"((?<!!)\[([^\]]+)\]\(([^()\s]+)\))";
+  const char* image = R"(!\[[^\]]*\]\([^()\s]+\))";
+  // Pieces that make and break links: brackets, line ends of every kind, white space that ends
+  // an address, characters outside the Basic Multilingual Plane, and attachments.
+  const std::vector<std::string> pieces = {"[",
+                                           "]",
+                                           "(",
+                                           ")",
+                                           "!",
+                                           "](",
+                                           "a",
+                                           "b",
+                                           "x/y",
+                                           " ",
+                                           "\t",
+                                           "\n",
+                                           "\r",
+                                           "\v",
+                                           "\f",
+                                           "\u0085",
+                                           "\u2028",
+                                           "\u2029",
+                                           "\u00a0",
+                                           "\u3000",
+                                           "\u200b",
+                                           "\u1680",
+                                           "é",
+                                           "😀",
+                                           "![image](id/p.png)",
+                                           "![file](id/r.pdf)",
+                                           "[a](b)",
+                                           "[x](x)",
+                                           "\xff"};
+  std::vector<std::string> corpus = {"",
+                                     std::string(500, '['),
+                                     "!" + std::string(300, '['),
+                                     std::string(200, '[') + "](x)",
+                                     "[a](" + std::string(200, ')'),
+                                     "[" + std::string(100, ']') + "(" + std::string(100, ')')};
+  std::string repeated;
+  for (int i = 0; i < 100; ++i) repeated += "[a](b";
+  corpus.push_back(repeated);
+  std::mt19937 random(2025);
+  for (int i = 0; i < 20000; ++i) {
+    std::string text;
+    for (int n = static_cast<int>(random() % 24); n > 0; --n)
+      text += pieces[random() % pieces.size()];
+    corpus.push_back(text);
+  }
+  for (const std::string& text : corpus) {
+    ASSERT_EQ(trimMarkdownLink(text), regexReference(lazyLink, text)) << text;
+    const std::string attachments = processingMarkdownAttachmentsAsTaskContent(text);
+    ASSERT_EQ(processingMarkdownElementsAsTaskContent(text), regexReference(link, attachments))
+        << text;
+    ASSERT_EQ(replacingMarkdownElementsAsTaskContent(text), regexReference(link, attachments, true))
+        << text;
+    ASSERT_EQ(processingMarkdownAttachmentsWithoutLinkImage(text),
+              regexReference(image, attachments))
+        << text;
+  }
 }
 
 TEST_F(LocalizedBundle, SmartListNamesAndInboxes) {
