@@ -10,6 +10,11 @@
 // line on standard error, a fresh database in its place), and a file replaced under an open
 // connection (reopened). A failure to write is reported once per run of failures, as one line.
 //
+// A database that can be read but not written (a read-only container, a full disk, a file without
+// write permission) is opened read-only, immutable where nothing can change it, so that reads still
+// give what is stored; writes fail and are tried again read-write. No call waits longer than the
+// busy timeout for another process: a read in WAL mode does not wait for a writer at all.
+//
 // A KeyValueTable is not thread-safe; its owner serialises every call.
 
 #include <sys/types.h>
@@ -40,8 +45,12 @@ class SharedChangeCounter {
   SharedChangeCounter& operator=(const SharedChangeCounter&) = delete;
 
   // Opens or creates the file (mode 0600) and maps it, replacing any file mapped before; false
-  // with errno set on failure, keeping the previous mapping.
+  // with errno set on failure, keeping the previous mapping. An existing file that cannot be
+  // written is mapped read-only: load() works, bump() and noteWaiting() do nothing.
   bool open(const std::string& path);
+  bool writable() const noexcept { return writable_; }
+  // Forgets the file (after it could not be opened at all): load() gives 0 from then on.
+  void close() noexcept;
   // Whether the file at `path` is no longer the one mapped (removed or replaced).
   bool replaced(const std::string& path) const;
   std::uint64_t load() const noexcept;
@@ -56,6 +65,7 @@ class SharedChangeCounter {
  private:
   int fd_ = -1;
   std::uint64_t* word_ = nullptr;
+  bool writable_ = false;
 };
 
 // The row codec of the key-value tables: a `kind` column says how the `value` column holds a Value
@@ -96,10 +106,31 @@ class KeyValueTable {
   KeyValueTable(const KeyValueTable&) = delete;
   KeyValueTable& operator=(const KeyValueTable&) = delete;
 
+  // Bounds every wait for another process inside its scope (lock, busy database) by one busy
+  // timeout in all; nested scopes share the outer one.
+  class BoundedWait {
+   public:
+    explicit BoundedWait(KeyValueTable& table);
+    ~BoundedWait();
+    BoundedWait(const BoundedWait&) = delete;
+    BoundedWait& operator=(const BoundedWait&) = delete;
+
+   private:
+    KeyValueTable& table_;
+  };
+
   // Opens the database when no connection is open, or reopens it when its file was removed or
   // replaced since it was opened; otherwise does nothing.
   Status connect();
   bool isOpen() const noexcept { return db_ != nullptr; }
+  // Whether the database is open read-only (or is missing and cannot be made): rows load, and
+  // every commit first tries to open it read-write again.
+  bool readOnly() const noexcept { return readOnly_; }
+  // Why the last open, load or commit failed (empty when it did not).
+  const std::string& lastError() const noexcept { return lastError_; }
+  // Raises `PRAGMA user_version` to at least `version`: now when the database can be written at
+  // once, else with the next commit.
+  void raiseUserVersion(std::int32_t version);
 
   // Whether a commit of any process may have happened since the last load(): one atomic load.
   bool stale() const noexcept;
@@ -122,9 +153,13 @@ class KeyValueTable {
 
  private:
   struct Statements;
-  enum class OpenResult { Ok, Corrupt, Failed };
+  enum class OpenResult { Ok, Corrupt, CannotWrite, Failed };
 
   OpenResult openConnection();
+  OpenResult openReadOnly();
+  OpenResult openUri(const std::string& uri, bool& hasTable);
+  int setUpSchema(bool hasTable);
+  int executeWithoutWaiting(const char* sql);
   void closeConnection();
   bool fileReplaced() const;
   Status reopen();
@@ -138,7 +173,7 @@ class KeyValueTable {
 
   const std::string path_;
   const std::string counterPath_;
-  const KeyValueTableLayout layout_;
+  KeyValueTableLayout layout_;
   SharedChangeCounter counter_;
   sqlite3* db_ = nullptr;
   Statements* statements_ = nullptr;
@@ -146,9 +181,15 @@ class KeyValueTable {
   ino_t inode_ = 0;
   std::uint64_t loadedMark_ = ~std::uint64_t{0};  // counter value at the last load
   std::int64_t loadedDataVersion_ = -1;
-  std::string lastError_;  // why the last open failed
-  int busyTimeoutMilliseconds_ = 5000;
-  std::chrono::steady_clock::time_point busySince_;
+  std::string lastError_;  // why the last open, load or commit failed
+  bool readOnly_ = false;
+  bool noDatabase_ = false;  // read-only and there is no file: nothing is stored
+  bool versionRaisePending_ = false;
+  dev_t createdDevice_ = 0;  // the file this process made, still empty until set up
+  ino_t createdInode_ = 0;
+  int boundedWaitDepth_ = 0;
+  std::chrono::steady_clock::time_point busyDeadline_;
+  std::chrono::steady_clock::time_point retryOpenAfter_;  // after a failed open, for reads
   bool reportedReadFailure_ = false;
   bool reportedWriteFailure_ = false;
 };

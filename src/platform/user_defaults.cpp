@@ -254,4 +254,26 @@ bool UserDefaults::synchronize() {
   }
 }
 
+UserDefaults::StoreStatus UserDefaults::storeStatus() const {
+  if (!store_) return StoreStatus::unreadable;
+  try {
+    switch (store_->reach()) {
+      case detail::DefaultsStore::Reach::readWrite:
+        return StoreStatus::readWrite;
+      case detail::DefaultsStore::Reach::readOnly:
+        return StoreStatus::readOnly;
+      case detail::DefaultsStore::Reach::unreadable:
+        break;
+    }
+  } catch (const std::exception& e) {
+    logProblem(suiteName_, e.what());
+  }
+  return StoreStatus::unreadable;
+}
+
+std::string UserDefaults::storeProblem() const {
+  if (!store_) return "the suite has no database";
+  return store_->problem();
+}
+
 }  // namespace norvik::platform

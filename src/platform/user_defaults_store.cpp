@@ -16,6 +16,7 @@ DefaultsStore::DefaultsStore(std::string path, const KeyValueTableLayout& layout
 DefaultsStore::~DefaultsStore() {
   std::lock_guard guard(mutex_);
   if (pending_.empty()) return;
+  KeyValueTable::BoundedWait wait(table_);
   if (table_.connect() == KeyValueTable::Status::Recovered) adoptRecoveredLocked();
   if (!pending_.empty() && table_.commit(pending_) == KeyValueTable::Status::Failed) {
     table_.log("unsaved changes lost at exit");
@@ -24,7 +25,25 @@ DefaultsStore::~DefaultsStore() {
 
 void DefaultsStore::revalidate() {
   std::lock_guard guard(mutex_);
+  KeyValueTable::BoundedWait wait(table_);
   if (table_.connect() == KeyValueTable::Status::Recovered) adoptRecoveredLocked();
+}
+
+void DefaultsStore::raiseVersion(std::int32_t version) {
+  std::lock_guard guard(mutex_);
+  table_.raiseUserVersion(version);
+}
+
+DefaultsStore::Reach DefaultsStore::reach() {
+  std::lock_guard guard(mutex_);
+  refreshLocked();
+  if (!loaded_) return Reach::unreadable;
+  return table_.readOnly() ? Reach::readOnly : Reach::readWrite;
+}
+
+std::string DefaultsStore::problem() {
+  std::lock_guard guard(mutex_);
+  return table_.lastError();
 }
 
 // The table is a fresh, empty database in place of a damaged one: what this process holds (the
@@ -37,6 +56,7 @@ void DefaultsStore::adoptRecoveredLocked() {
 
 void DefaultsStore::refreshLocked() {
   if (loaded_ && !table_.stale()) return;
+  KeyValueTable::BoundedWait wait(table_);
   platform::Dictionary fresh;
   KeyValueTable::Status status = table_.load(fresh);
   if (status == KeyValueTable::Status::Failed) return;  // keep serving the copy already held
@@ -82,6 +102,8 @@ platform::Dictionary DefaultsStore::snapshot() {
 
 bool DefaultsStore::synchronize() {
   std::lock_guard guard(mutex_);
+  // One busy timeout for the whole save, however many steps it takes.
+  KeyValueTable::BoundedWait wait(table_);
   if (table_.connect() == KeyValueTable::Status::Recovered) adoptRecoveredLocked();
   if (!pending_.empty()) {
     KeyValueTable::Status status = table_.commit(pending_);
@@ -114,6 +136,8 @@ std::shared_ptr<DefaultsStore> defaultsStoreForPath(const std::string& path,
     // A removed container (or database) is made afresh; if that fails the store still serves
     // what the process holds, and synchronize() reports the failure.
     it->second->revalidate();
+    // A handle that asks for a higher version than the store was opened with raises it.
+    it->second->raiseVersion(layout.userVersion);
     return it->second;
   }
   auto store = std::make_shared<DefaultsStore>(path, layout);

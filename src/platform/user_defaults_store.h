@@ -3,6 +3,7 @@
 // not yet saved, and the table itself (sqlite_table.h). The user-defaults suites and the settings
 // cache's table are both DefaultsStores; every handle on one file in this process shares one.
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -29,6 +30,18 @@ class DefaultsStore {
 
   // Reopens the database when its file was removed or replaced since it was opened.
   void revalidate();
+  // Raises the database's stored version to at least `version` (now, or with the next commit).
+  void raiseVersion(std::int32_t version);
+
+  // How the database could be reached when it was last needed (a read refreshes first).
+  enum class Reach {
+    readWrite,   // reads give what is stored
+    readOnly,    // reads give what is stored; changes cannot be saved
+    unreadable,  // nothing could be read: reads give only this process's own changes
+  };
+  Reach reach();
+  // Why the database cannot be read or written; empty when nothing failed.
+  std::string problem();
 
   platform::Value object(std::string_view key);
   // Sets `key` in the in-memory copy and buffers the change; the null object removes the key.

@@ -87,6 +87,30 @@ platform::Value SVDatabaseUserDefaults::objectForKey(std::string_view key) {
   return {};
 }
 
+platform::UserDefaults::StoreStatus SVDatabaseUserDefaults::storeStatus() {
+  using Status = platform::UserDefaults::StoreStatus;
+  try {
+    if (auto database = this->database()) {
+      switch (database->reach()) {
+        case detail::DefaultsStore::Reach::readWrite:
+          return Status::readWrite;
+        case detail::DefaultsStore::Reach::readOnly:
+          return Status::readOnly;
+        case detail::DefaultsStore::Reach::unreadable:
+          break;
+      }
+    }
+  } catch (const std::exception& error) {
+    std::cerr << "norvik: settings cache: " << error.what() << "\n";
+  }
+  return Status::unreadable;
+}
+
+std::string SVDatabaseUserDefaults::storeProblem() {
+  auto database = this->database();
+  return database ? database->problem() : "no application-group container";
+}
+
 void SVDatabaseUserDefaults::removeObjectForKey(std::string_view key) {
   setObject(platform::Value(), key);
 }

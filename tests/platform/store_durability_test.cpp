@@ -22,6 +22,7 @@
 #include "norvik/platform/user_defaults.h"
 #include "norvik/settings/defaults_cache.h"
 #include "platform/sqlite_table.h"
+#include "platform/user_defaults_store.h"
 #include "support/test_support.h"
 
 namespace norvik::platform {
@@ -359,6 +360,152 @@ TEST_F(StoreDurabilityTest, AFullDiskFailsClearlyKeepsTheValueAndSavesItWhenTher
   EXPECT_EQ(countLines(helper.errText, "kept in memory"), 1) << helper.errText;
   EXPECT_EQ(UserDefaults(kSuite).dataForKey("big").value_or(Data()).size(), 1u << 20);
   EXPECT_EQ(integrityCheck(databasePath()), "ok");
+}
+
+// A database holding "stored" = "before" in the suite and in the settings cache's table, written
+// and closed by a plain SQLite connection, as a process that has exited leaves it: no log, no
+// shared memory and no change counter beside it.
+void writeClosedDatabases(const std::string& suitePath, const std::string& tablePath) {
+  for (const auto& [path, table] : {std::pair{suitePath, std::string("defaults WITHOUT ROWID")},
+                                    std::pair{tablePath, std::string("custom_user_defaults")}}) {
+    fs::create_directories(fs::path(path).parent_path());
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
+    std::string name = table.substr(0, table.find(' '));
+    std::string sql = "PRAGMA journal_mode = WAL; CREATE TABLE " + name +
+                      " (key TEXT PRIMARY KEY NOT NULL, kind INTEGER NOT NULL, value)" +
+                      table.substr(name.size()) + "; INSERT INTO " + name +
+                      " VALUES ('stored', 4, 'before');";
+    ASSERT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(db);
+  }
+}
+
+TEST_F(StoreDurabilityTest, AReadOnlyContainerAndAFullDiskStillServeTheStoredValues) {
+  const std::string tablePath = container() + "/Norvik_CustomUserDefaults.sqlite";
+  writeClosedDatabases(databasePath(), tablePath);
+  {
+    // No room for any file to grow: not even the shared memory of the log can be made.
+    Helper helper({"read-stored", "full"}, container());
+    EXPECT_EQ(helper.wait(20), 0) << helper.errText;
+    EXPECT_EQ(countLines(helper.errText, "kept in memory"), 1) << helper.errText;
+    EXPECT_EQ(countLines(helper.errText, "cannot read"), 0) << helper.errText;
+  }
+  // The full-disk run saved "after" once it had room; the container now becomes read-only for a
+  // process that is not root (files 0444 in directories 0555).
+  writeClosedDatabases(temp_.path() + "/ro/Preferences/" + std::string(kSuite) + ".sqlite",
+                       temp_.path() + "/ro/Norvik_CustomUserDefaults.sqlite");
+  for (fs::path dir = temp_.path(); dir != dir.root_path(); dir = dir.parent_path()) {
+    fs::permissions(dir, fs::perms::others_exec | fs::perms::group_exec, fs::perm_options::add);
+  }
+  const std::string readOnly = temp_.path() + "/ro";
+  for (const auto& entry : fs::recursive_directory_iterator(readOnly)) {
+    fs::permissions(entry.path(), entry.is_directory() ? fs::perms(0555) : fs::perms(0444));
+  }
+  fs::permissions(readOnly, fs::perms(0555));
+  Helper helper({"read-stored", "unwritable"}, readOnly);
+  int status = helper.wait(20);
+  fs::permissions(readOnly, fs::perms(0700));
+  fs::permissions(readOnly + "/Preferences", fs::perms(0700));
+  EXPECT_EQ(status, 0) << helper.errText;
+  EXPECT_EQ(countLines(helper.errText, "cannot read"), 0) << helper.errText;
+}
+
+TEST_F(StoreDurabilityTest, AHeldLockDelaysNoReadAndFailsAWriteWithinTheBusyTimeout) {
+  {
+    detail::DefaultsStore writer(databasePath(), detail::kUserDefaultsTable);
+    writer.set("k", Value("stored"));
+    ASSERT_TRUE(writer.synchronize());
+  }
+  auto elapsed = [](auto since) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
+  };
+  detail::setSqliteBusyTimeout(2000);
+  sqlite3* holder = nullptr;  // another process's writer, holding the write lock
+  ASSERT_EQ(sqlite3_open(databasePath().c_str(), &holder), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(holder,
+                         "BEGIN EXCLUSIVE; INSERT OR REPLACE INTO defaults VALUES "
+                         "('k', 4, 'uncommitted')",
+                         nullptr, nullptr, nullptr),
+            SQLITE_OK);
+  ::testing::internal::CaptureStderr();
+  {
+    // A store opened while the lock is held, as a new process opens it, reads at once.
+    auto start = std::chrono::steady_clock::now();
+    detail::DefaultsStore fresh(databasePath(), detail::kUserDefaultsTable);
+    EXPECT_EQ(fresh.object("k"), Value("stored"));
+    EXPECT_EQ(fresh.reach(), detail::DefaultsStore::Reach::readWrite);
+    EXPECT_LT(elapsed(start), 0.5);
+    // A write gives up after the busy timeout, however many steps the save takes.
+    detail::setSqliteBusyTimeout(300);
+    fresh.set("k", Value("mine"));
+    start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(fresh.synchronize());
+    EXPECT_GE(elapsed(start), 0.3);
+    EXPECT_LT(elapsed(start), 1.0);
+    EXPECT_EQ(fresh.object("k"), Value("mine"));
+    sqlite3_exec(holder, "ROLLBACK", nullptr, nullptr, nullptr);
+    EXPECT_TRUE(fresh.synchronize());
+  }
+  // A holder in exclusive locking mode keeps readers out too: they give up within the timeout
+  // and say that the store could not be read.
+  ASSERT_EQ(sqlite3_exec(holder,
+                         "PRAGMA locking_mode = EXCLUSIVE; BEGIN EXCLUSIVE; "
+                         "INSERT OR REPLACE INTO defaults VALUES ('k', 4, 'x')",
+                         nullptr, nullptr, nullptr),
+            SQLITE_OK);
+  auto start = std::chrono::steady_clock::now();
+  detail::DefaultsStore shut(databasePath(), detail::kUserDefaultsTable);
+  EXPECT_TRUE(shut.object("k").isNull());
+  EXPECT_EQ(shut.reach(), detail::DefaultsStore::Reach::unreadable);
+  EXPECT_LT(elapsed(start), 1.0);
+  std::string log = ::testing::internal::GetCapturedStderr();
+  EXPECT_EQ(countLines(log, "cannot read the database"), 1) << log;
+  sqlite3_exec(holder, "ROLLBACK", nullptr, nullptr, nullptr);
+  sqlite3_close(holder);
+}
+
+TEST_F(StoreDurabilityTest, EmptyFilesAreSetAsideUnderNamesOfTheirOwnAndVersionsOnlyRise) {
+  fs::create_directories(preferences());
+  ::testing::internal::CaptureStderr();
+  for (int round = 0; round < 2; ++round) {
+    fs::remove(databasePath());
+    std::ofstream(databasePath()).close();  // zero bytes, no log
+    detail::DefaultsStore store(databasePath(), detail::kUserDefaultsTable);
+    store.set("k", Value(static_cast<long long>(round)));
+    EXPECT_TRUE(store.synchronize());
+  }
+  std::string log = ::testing::internal::GetCapturedStderr();
+  EXPECT_EQ(countLines(log, "damaged"), 2) << log;
+  // Both set aside within the same second, neither overwritten by the other.
+  auto kept = setAsideFiles(preferences());
+  ASSERT_EQ(kept.size(), 2u);
+  EXPECT_NE(kept[0], kept[1]);
+  for (const auto& file : kept) EXPECT_EQ(fs::file_size(file), 0u);
+
+  auto storedVersion = [&](const std::string& path) {
+    sqlite3* db = nullptr;
+    int version = -1;
+    sqlite3_stmt* stmt = nullptr;
+    if (sqlite3_open(path.c_str(), &db) == SQLITE_OK &&
+        sqlite3_prepare_v2(db, "PRAGMA user_version", -1, &stmt, nullptr) == SQLITE_OK &&
+        sqlite3_step(stmt) == SQLITE_ROW) {
+      version = sqlite3_column_int(stmt, 0);
+    }
+    sqlite3_finalize(stmt);
+    sqlite3_close(db);
+    return version;
+  };
+  const std::string path = container() + "/Versioned.sqlite";
+  SVDatabaseUserDefaults first(kNVAppGroupIdentifier, "Versioned", 1);
+  first.setObject(Value("v"), "k");
+  EXPECT_EQ(storedVersion(path), 1);
+  SVDatabaseUserDefaults higher(kNVAppGroupIdentifier, "Versioned", 3);
+  EXPECT_EQ(higher.objectForKey("k"), Value("v"));
+  EXPECT_EQ(storedVersion(path), 3);
+  SVDatabaseUserDefaults lower(kNVAppGroupIdentifier, "Versioned", 2);
+  lower.setObject(Value("w"), "k");
+  EXPECT_EQ(storedVersion(path), 3);
 }
 
 }  // namespace

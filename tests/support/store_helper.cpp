@@ -16,6 +16,11 @@
 //   norvik_store_helper disk-full
 //       Limits the size of the files it writes to 256 KiB and stores 1 MiB: the write must fail
 //       and stay readable, and be saved once the limit is lifted. Exit 0 when that held.
+//   norvik_store_helper read-stored unwritable|full
+//       Opens a store that holds "stored" = "before" in the suite and in the settings cache's
+//       table, either giving up root in a container it cannot write or with no room for any file
+//       to grow. Both must read "before" and say that the store is read-only; a write must fail
+//       and stay readable; with room again it must be saved. Exit 0 when that held.
 
 #include <signal.h>
 #include <sys/resource.h>
@@ -149,6 +154,44 @@ int diskFull() {
   return failures;
 }
 
+int readStored(const std::string& fault) {
+  signal(SIGXFSZ, SIG_IGN);
+  rlimit room{};
+  getrlimit(RLIMIT_FSIZE, &room);
+  if (fault == "unwritable") {
+    if (geteuid() == 0 && setuid(65534) != 0) return 10;
+  } else {
+    rlimit full = room;
+    full.rlim_cur = 0;  // no file may grow at all
+    if (setrlimit(RLIMIT_FSIZE, &full) != 0) return 11;
+  }
+  using Status = UserDefaults::StoreStatus;
+  int failures = 0;
+  auto check = [&](bool ok, const char* what) {
+    if (!ok) {
+      std::fprintf(stderr, "failed: %s\n", what);
+      ++failures;
+    }
+  };
+  UserDefaults defaults(kNVAppGroupIdentifier);
+  norvik::SVDatabaseUserDefaults table(kNVAppGroupIdentifier,
+                                       norvik::SVCustomUserDefaultsCacheManager::kDatabaseName,
+                                       norvik::SVCustomUserDefaultsCacheManager::kDatabaseVersion);
+  check(defaults.stringForKey("stored") == "before", "the suite's stored value");
+  check(defaults.storeStatus() == Status::readOnly, "the suite is read-only");
+  check(table.objectForKey("stored") == Value("before"), "the table's stored row");
+  check(table.storeStatus() == Status::readOnly, "the table is read-only");
+  defaults.setObject(Value("after"), "stored");
+  check(!defaults.synchronize(), "the write fails");
+  check(defaults.stringForKey("stored") == "after", "the write is kept in memory");
+  if (fault == "full") {
+    setrlimit(RLIMIT_FSIZE, &room);
+    check(defaults.synchronize(), "saved once there is room");
+    check(defaults.storeStatus() == Status::readWrite, "writable again");
+  }
+  return failures;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -159,6 +202,8 @@ int main(int argc, char** argv) {
   if (mode == "stream") return stream();
   if (mode == "unwritable") return unwritable();
   if (mode == "disk-full") return diskFull();
-  std::fprintf(stderr, "usage: norvik_store_helper exchange|stream|unwritable|disk-full ...\n");
+  if (mode == "read-stored" && argc == 3) return readStored(argv[2]);
+  std::fprintf(stderr,
+               "usage: norvik_store_helper exchange|stream|unwritable|disk-full|read-stored ...\n");
   return 2;
 }

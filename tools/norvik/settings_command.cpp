@@ -2,9 +2,11 @@
 #include <charconv>
 #include <ctime>
 #include <iostream>
+#include <optional>
 
 #include "arguments.h"
 #include "cli.h"
+#include "norvik/settings/defaults_cache.h"
 #include "norvik/settings/registry.h"
 
 namespace norvik::cli {
@@ -49,6 +51,22 @@ nlohmann::json describeJSON(const DefaultsSetting& setting) {
           {"defaultValue", toJSON(setting.defaultValue())}};
 }
 
+// Why the stored value of a setting cannot be known (the store, or for a wrapped setting the
+// settings cache, could not be read); nothing when it can.
+std::optional<std::string> unreadable(const DefaultsSetting& setting) {
+  platform::UserDefaults store = NVUserDefaults::shared().store();
+  if (store.storeStatus() == platform::UserDefaults::StoreStatus::unreadable) {
+    return store.storeProblem();
+  }
+  if (setting.wrapped) {
+    SVDatabaseUserDefaults& cache = SVCustomUserDefaultsCacheManager::shared().inDatabaseCache();
+    if (cache.storeStatus() == platform::UserDefaults::StoreStatus::unreadable) {
+      return cache.storeProblem();
+    }
+  }
+  return std::nullopt;
+}
+
 std::string shown(const platform::Value& value) {
   if (value.isNull()) return "(absent)";
   if (value.type() == platform::Value::Type::Boolean) return *value.boolValue() ? "true" : "false";
@@ -83,10 +101,17 @@ void addSettingsCommand(CLI::App& app, const GlobalOptions& options, Action& run
   get->callback([&options, &run, args] {
     run = [&options, args] {
       const DefaultsSetting& setting = findSetting(args->name);
+      platform::Value value = setting.value();
+      // A default printed for a store that could not be read would pass for the stored value.
+      if (auto why = unreadable(setting)) {
+        std::cerr << "norvik: settings get " << setting.name
+                  << ": the stored value cannot be read: " << *why << "\n";
+        return 1;
+      }
       if (options.json) {
         printJSON({{"get", describeJSON(setting)}});
       } else {
-        std::cout << shown(setting.value()) << "\n";
+        std::cout << shown(value) << "\n";
       }
       return 0;
     };

@@ -8,6 +8,10 @@
 // synchronize() is called (or, at the latest, when the process exits normally). A read notices
 // writes that another process has synchronised through a change counter in shared memory, and
 // then reloads its copy. Handles may be used from several threads at once.
+//
+// A read never waits for another process's write (the database is in WAL mode); a database that
+// can be read but not written is read read-only, so reads still give what is stored, and
+// storeStatus() tells when they cannot.
 
 #include <cstdint>
 #include <memory>
@@ -81,16 +85,30 @@ class UserDefaults {
   void setInteger(std::int64_t value, std::string_view key);
   void setDouble(double value, std::string_view key);
 
+  // How the suite's database could be reached when it was last needed. Asking reads the database
+  // first when another process has changed it, as a read would.
+  enum class StoreStatus {
+    readWrite,   // reads give the stored values, and synchronize() can save changes
+    readOnly,    // reads give the stored values, but the database cannot be written (a read-only
+                 // container, a full disk, a file without write permission): synchronize()
+                 // returns false
+    unreadable,  // the database exists but could not be read, or the handle is invalid: reads
+                 // give only what this process set, so a missing value says nothing of the store
+  };
+  StoreStatus storeStatus() const;
+  // Why the database could not be read or written, as one line; empty when nothing failed.
+  std::string storeProblem() const;
+
   // Every key of the suite with its value; empty for an invalid handle.
   Dictionary dictionaryRepresentation() const;
 
   // Writes the buffered changes of this suite to the database and makes them durable on disk and
   // visible to the other processes, then takes in what other processes have written. Returns false
   // when the database could not be written (a full disk, a read-only container, a lock held by
-  // another process past the 5 s busy timeout): the changes stay buffered and readable for the
-  // next attempt, and one line goes to standard error per run of failures. False for an invalid
-  // handle. A damaged database file is set aside beside the original as "<file>.corrupt-<time>"
-  // and replaced by a fresh one holding what this process knows.
+  // another process past the 5 s busy timeout, which bounds the whole call): the changes stay
+  // buffered and readable for the next attempt, and one line goes to standard error per run of
+  // failures. False for an invalid handle. A damaged database file is set aside beside the original
+  // as "<file>.corrupt-<time>" and replaced by a fresh one holding what this process knows.
   bool synchronize();
 
  private:

@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 
+#include "norvik/platform/user_defaults.h"
 #include "norvik/platform/value.h"
 
 namespace norvik {
@@ -36,7 +37,8 @@ class SVDatabaseUserDefaults {
  public:
   // `appGroupIdentifier` must be kNVAppGroupIdentifier (the only group the environment names a
   // container for; any other gives a table that holds nothing). A database whose stored version is
-  // lower than `version` is brought up to it; the table keeps its rows.
+  // lower than `version` is brought up to it (also when another handle of this process opened it
+  // with a lower one); the table keeps its rows.
   SVDatabaseUserDefaults(std::string_view appGroupIdentifier, std::string_view databaseName,
                          std::int32_t version);
   ~SVDatabaseUserDefaults();
@@ -48,6 +50,11 @@ class SVDatabaseUserDefaults {
   // The value stored under `key`; the null object when there is none.
   platform::Value objectForKey(std::string_view key);
   void removeObjectForKey(std::string_view key);
+
+  // How the database could be reached when it was last needed, as UserDefaults::storeStatus()
+  // says it; unreadable without a container. storeProblem() says why, as one line.
+  platform::UserDefaults::StoreStatus storeStatus();
+  std::string storeProblem();
 
   // Path of the database file in the current environment; empty when there is no container.
   std::string databasePath() const;
