@@ -2,14 +2,19 @@
 // group's store and the settings cache's table for S seconds in a private container, then report
 // the writes acknowledged by synchronize(), the reads, the writes lost (must be 0) and how long a
 // write took to become visible in another process (from the writer's set to the first read that
-// saw it; median and 99th percentile).
+// saw it; median and 99th percentile), and the longest read.
 //
-//   store_soak [processes] [threads] [seconds]      (defaults 2 4 10)
+//   store_soak [processes] [threads] [seconds] [lock seconds]      (defaults 2 4 10 0)
+//
+// With a lock time, one more process holds the write lock of both databases (an exclusive
+// transaction of a plain SQLite connection) for that long in the middle of the run: reads must
+// go on, saves fail meanwhile and keep their values, and nothing acknowledged may be lost.
 //
 // Each thread owns one key of the store and one row of the table, holding "<n> <time>" with n
 // counting up; every thread reads every other process's keys after each write. A value that goes
 // back, or a final value behind the last acknowledged write, is a lost write.
 
+#include <sqlite3.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <time.h>
@@ -46,6 +51,7 @@ struct Shared {
   std::atomic<long> acknowledged[kMaxProcesses][kMaxThreads];
   std::atomic<int> finishedWriting;
   std::atomic<long> writes, reads, failedSaves, wentBack, lostAtEnd;
+  std::atomic<long> longestReadMicroseconds;
   std::atomic<int> samples;
   std::uint32_t latencyMicroseconds[kMaxSamples];
 };
@@ -92,8 +98,14 @@ void runProcess(Shared& shared, int self, int processes, int threads, double sec
         for (int p = 0; p < processes; ++p) {
           if (p == self) continue;
           for (int u = 0; u < threads; ++u) {
+            std::int64_t readStart = monotonicNanoseconds();
             auto [other, written] = parse(defaults.objectForKey(keyOf(p, u)));
             long row = parse(table.objectForKey(keyOf(p, u))).first;
+            long took = static_cast<long>((monotonicNanoseconds() - readStart) / 1000);
+            long longest = shared.longestReadMicroseconds.load();
+            while (took > longest &&
+                   !shared.longestReadMicroseconds.compare_exchange_weak(longest, took)) {
+            }
             shared.reads += 2;
             std::size_t slot = static_cast<std::size_t>(p * threads + u);
             long& last = seen[slot];
@@ -132,15 +144,41 @@ void runProcess(Shared& shared, int self, int processes, int threads, double sec
   }
 }
 
+// Holds the write lock of both databases from `after` seconds for `hold` seconds.
+void holdLock(const std::string& container, double after, double hold) {
+  usleep(static_cast<useconds_t>(after * 1e6));
+  std::vector<sqlite3*> holders;
+  for (const std::string& path :
+       {container + "/Preferences/" + std::string(kNVAppGroupIdentifier) + ".sqlite",
+        container + "/" + std::string(SVCustomUserDefaultsCacheManager::kDatabaseName) +
+            ".sqlite"}) {
+    sqlite3* db = nullptr;
+    sqlite3_open(path.c_str(), &db);
+    sqlite3_busy_timeout(db, 10000);
+    if (sqlite3_exec(db, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) != SQLITE_OK) {
+      std::fprintf(stderr, "lock holder: %s\n", sqlite3_errmsg(db));
+    }
+    holders.push_back(db);
+  }
+  std::fprintf(stderr, "lock holder: holding for %.1f s\n", hold);
+  usleep(static_cast<useconds_t>(hold * 1e6));
+  for (sqlite3* db : holders) {
+    sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
+    sqlite3_close(db);
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   int processes = argc > 1 ? std::atoi(argv[1]) : 2;
   int threads = argc > 2 ? std::atoi(argv[2]) : 4;
   double seconds = argc > 3 ? std::atof(argv[3]) : 10.0;
+  double lockSeconds = argc > 4 ? std::atof(argv[4]) : 0.0;
   if (processes < 1 || processes > kMaxProcesses || threads < 1 || threads > kMaxThreads ||
-      !(seconds > 0)) {
-    std::fprintf(stderr, "usage: store_soak [processes 1-16] [threads 1-16] [seconds]\n");
+      !(seconds > 0) || lockSeconds < 0 || lockSeconds >= seconds) {
+    std::fprintf(stderr,
+                 "usage: store_soak [processes 1-16] [threads 1-16] [seconds] [lock seconds]\n");
     return 2;
   }
   norvik::bench::TempDirectory container("norvik-soak");
@@ -158,6 +196,14 @@ int main(int argc, char** argv) {
       });
       runProcess(*shared, p, processes, threads, seconds);
       std::fflush(nullptr);
+      _exit(0);
+    }
+    children.push_back(pid);
+  }
+  if (lockSeconds > 0) {
+    pid_t pid = fork();
+    if (pid == 0) {
+      holdLock(container.path(), (seconds - lockSeconds) / 2, lockSeconds);
       _exit(0);
     }
     children.push_back(pid);
@@ -188,5 +234,7 @@ int main(int argc, char** argv) {
   std::printf("crashed processes    %d\n", crashed);
   std::printf("visibility latency   median %.2f ms, p99 %.2f ms (%d samples)\n", percentile(0.5),
               percentile(0.99), samples);
+  std::printf("longest read         %.2f ms\n", shared->longestReadMicroseconds.load() / 1000.0);
+  if (lockSeconds > 0) std::printf("lock held            %.1f s mid-run\n", lockSeconds);
   return lost == 0 && crashed == 0 ? 0 : 1;
 }

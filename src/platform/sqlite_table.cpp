@@ -382,6 +382,10 @@ void setSqliteBusyTimeout(int milliseconds) {
   gBusyTimeoutMilliseconds.store(milliseconds, std::memory_order_relaxed);
 }
 
+int sqliteBusyTimeout() {
+  return gBusyTimeoutMilliseconds.load(std::memory_order_relaxed);
+}
+
 struct KeyValueTable::Statements {
   sqlite3_stmt* selectAll = nullptr;
   sqlite3_stmt* upsert = nullptr;
@@ -429,6 +433,12 @@ KeyValueTable::BoundedWait::BoundedWait(KeyValueTable& table) : table_(table) {
         std::chrono::steady_clock::now() +
         std::chrono::milliseconds(gBusyTimeoutMilliseconds.load(std::memory_order_relaxed));
   }
+}
+
+KeyValueTable::BoundedWait::BoundedWait(KeyValueTable& table,
+                                        std::chrono::steady_clock::time_point deadline)
+    : table_(table) {
+  if (table_.boundedWaitDepth_++ == 0) table_.busyDeadline_ = deadline;
 }
 
 KeyValueTable::BoundedWait::~BoundedWait() {
@@ -748,7 +758,8 @@ KeyValueTable::Status KeyValueTable::reopen() {
       return Status::Failed;
     }
   }
-  if (counter_.fd() < 0 || counter_.replaced(counterPath_)) {
+  // A counter mapped read-only is tried again: the container may be writable by now.
+  if (counter_.fd() < 0 || !counter_.writable() || counter_.replaced(counterPath_)) {
     if (!counter_.open(counterPath_)) {
       if (why.empty()) why = std::string("cannot open the change counter: ") + std::strerror(errno);
       counter_.close();
@@ -847,8 +858,11 @@ int KeyValueTable::readRows(platform::Dictionary& out) {
 KeyValueTable::Status KeyValueTable::load(platform::Dictionary& out) {
   BoundedWait wait(*this);
   auto now = std::chrono::steady_clock::now();
+  // After a load that failed, reads try again without waiting for anyone: only the first read to
+  // meet a busy database waits (within the busy timeout).
+  if (lastLoadFailed_) busyDeadline_ = now;
   Status status;
-  if (!db_ && !noDatabase_ && now < retryOpenAfter_) {
+  if (now < retryOpenAfter_) {
     status = Status::Failed;  // failed a moment ago; reads keep what they hold meanwhile
   } else if (readOnly_) {
     // Another process changed the database (or the file can be written again): a read-only,
@@ -859,6 +873,7 @@ KeyValueTable::Status KeyValueTable::load(platform::Dictionary& out) {
   }
   if (status == Status::Failed) {
     retryOpenAfter_ = now + std::chrono::milliseconds(100);
+    lastLoadFailed_ = true;
     // A file that cannot even be made holds nothing to read; the first write reports it.
     if (pathExists(path_))
       reportFailure(reportedReadFailure_, "cannot read the database", lastError_);
@@ -872,6 +887,7 @@ KeyValueTable::Status KeyValueTable::load(platform::Dictionary& out) {
   if (isCorruption(rc)) {
     Status recovered = recover();
     if (recovered == Status::Failed) {
+      lastLoadFailed_ = true;
       reportFailure(reportedReadFailure_, "cannot read the database", lastError_);
       return recovered;
     }
@@ -883,10 +899,13 @@ KeyValueTable::Status KeyValueTable::load(platform::Dictionary& out) {
   }
   if (rc != SQLITE_OK) {
     lastError_ = sqlite3_errmsg(db_);
+    retryOpenAfter_ = now + std::chrono::milliseconds(100);
+    lastLoadFailed_ = true;
     reportFailure(reportedReadFailure_, "cannot read the database", lastError_);
     return Status::Failed;
   }
   reportedReadFailure_ = false;
+  lastLoadFailed_ = false;
   loadedMark_ = mark;
   loadedDataVersion_ = version;
   return status;
@@ -959,6 +978,7 @@ KeyValueTable::Status KeyValueTable::commit(const KeyValueChanges& changes) {
   if (rc != SQLITE_OK) return fail(sqlite3_errmsg(db_));
   reportedWriteFailure_ = false;
   lastError_.clear();
+  retryOpenAfter_ = {};  // the database is reachable: the next load need not wait
   // Other processes reload when they see the counter move. The owner's rows stay current when
   // nobody else committed since they were loaded (neither the counter nor the data version
   // moved; writeChanges made loadedMark_ unmatchable otherwise).

@@ -91,6 +91,7 @@ using KeyValueChanges = std::map<std::string, platform::Value, std::less<>>;
 // How long a writer waits for another process's lock before the write fails (5 s unless changed).
 // Changing it affects connections opened afterwards; tests shorten it.
 void setSqliteBusyTimeout(int milliseconds);
+int sqliteBusyTimeout();
 
 class KeyValueTable {
  public:
@@ -111,6 +112,8 @@ class KeyValueTable {
   class BoundedWait {
    public:
     explicit BoundedWait(KeyValueTable& table);
+    // The same, ending at `deadline` rather than one busy timeout from now.
+    BoundedWait(KeyValueTable& table, std::chrono::steady_clock::time_point deadline);
     ~BoundedWait();
     BoundedWait(const BoundedWait&) = delete;
     BoundedWait& operator=(const BoundedWait&) = delete;
@@ -185,6 +188,7 @@ class KeyValueTable {
   bool readOnly_ = false;
   bool noDatabase_ = false;  // read-only and there is no file: nothing is stored
   bool versionRaisePending_ = false;
+  bool lastLoadFailed_ = false;
   dev_t createdDevice_ = 0;  // the file this process made, still empty until set up
   ino_t createdInode_ = 0;
   int boundedWaitDepth_ = 0;

@@ -1,5 +1,6 @@
 #include "platform/user_defaults_store.h"
 
+#include <algorithm>
 #include <unordered_map>
 #include <utility>
 
@@ -7,13 +8,21 @@ namespace norvik::detail {
 
 const KeyValueTableLayout kUserDefaultsTable{"user defaults", "defaults", true, 0, true};
 
+namespace {
+std::chrono::steady_clock::time_point busyDeadline() {
+  return std::chrono::steady_clock::now() + std::chrono::milliseconds(sqliteBusyTimeout());
+}
+}  // namespace
+
 DefaultsStore::DefaultsStore(std::string path, const KeyValueTableLayout& layout)
     : table_(std::move(path), layout) {
+  std::lock_guard tableGuard(tableMutex_);
   std::lock_guard guard(mutex_);
   refreshLocked();
 }
 
 DefaultsStore::~DefaultsStore() {
+  std::lock_guard tableGuard(tableMutex_);
   std::lock_guard guard(mutex_);
   if (pending_.empty()) return;
   KeyValueTable::BoundedWait wait(table_);
@@ -24,41 +33,69 @@ DefaultsStore::~DefaultsStore() {
 }
 
 void DefaultsStore::revalidate() {
-  std::lock_guard guard(mutex_);
+  std::unique_lock tableGuard(tableMutex_, std::try_to_lock);
+  if (!tableGuard.owns_lock()) return;  // busy saving; the save notices a replaced file itself
   KeyValueTable::BoundedWait wait(table_);
-  if (table_.connect() == KeyValueTable::Status::Recovered) adoptRecoveredLocked();
+  KeyValueTable::Status status = table_.connect();
+  std::lock_guard guard(mutex_);
+  if (status == KeyValueTable::Status::Recovered) adoptRecoveredLocked();
+  noteTableLocked();
 }
 
 void DefaultsStore::raiseVersion(std::int32_t version) {
-  std::lock_guard guard(mutex_);
-  table_.raiseUserVersion(version);
+  std::unique_lock tableGuard(tableMutex_, std::try_to_lock);
+  if (tableGuard.owns_lock()) {
+    table_.raiseUserVersion(version);
+  } else {
+    // Busy saving: the version is raised when the table is next used.
+    std::lock_guard guard(mutex_);
+    versionToRaise_ = std::max(versionToRaise_, version);
+  }
+}
+
+// Called with both locks held.
+void DefaultsStore::noteTableLocked() {
+  if (versionToRaise_ > 0) {
+    table_.raiseUserVersion(versionToRaise_);
+    versionToRaise_ = 0;
+  }
+  readOnly_ = table_.readOnly();
+  problem_ = table_.lastError();
 }
 
 DefaultsStore::Reach DefaultsStore::reach() {
   std::lock_guard guard(mutex_);
-  refreshLocked();
+  refreshIfFreeLocked();
   if (!loaded_) return Reach::unreadable;
-  return table_.readOnly() ? Reach::readOnly : Reach::readWrite;
+  return readOnly_ ? Reach::readOnly : Reach::readWrite;
+}
+
+bool DefaultsStore::hasUnsavedChanges() {
+  std::lock_guard guard(mutex_);
+  return !pending_.empty();
 }
 
 std::string DefaultsStore::problem() {
   std::lock_guard guard(mutex_);
-  return table_.lastError();
+  return problem_;
 }
 
 // The table is a fresh, empty database in place of a damaged one: what this process holds (the
 // loaded copy with its unsaved changes) becomes the table's content, now or at the next save.
+// Called with both locks held.
 void DefaultsStore::adoptRecoveredLocked() {
   for (const auto& [key, value] : cache_) pending_.insert_or_assign(key, value);
   if (table_.commit(pending_) != KeyValueTable::Status::Failed) pending_.clear();
   loaded_ = false;
 }
 
+// Called with both locks held.
 void DefaultsStore::refreshLocked() {
   if (loaded_ && !table_.stale()) return;
   KeyValueTable::BoundedWait wait(table_);
   platform::Dictionary fresh;
   KeyValueTable::Status status = table_.load(fresh);
+  noteTableLocked();
   if (status == KeyValueTable::Status::Failed) return;  // keep serving the copy already held
   if (status == KeyValueTable::Status::Recovered) {
     adoptRecoveredLocked();
@@ -76,16 +113,23 @@ void DefaultsStore::refreshLocked() {
   loaded_ = true;
 }
 
+// A read refreshes the copy unless another thread is saving: it then answers from the copy it
+// holds rather than wait for the save, which may be waiting for another process's lock.
+void DefaultsStore::refreshIfFreeLocked() {
+  std::unique_lock tableGuard(tableMutex_, std::try_to_lock);
+  if (tableGuard.owns_lock()) refreshLocked();
+}
+
 platform::Value DefaultsStore::object(std::string_view key) {
   std::lock_guard guard(mutex_);
-  refreshLocked();
+  refreshIfFreeLocked();
   auto it = cache_.find(key);
   return it == cache_.end() ? platform::Value() : it->second;
 }
 
 void DefaultsStore::set(std::string_view key, platform::Value value) {
   std::lock_guard guard(mutex_);
-  refreshLocked();
+  refreshIfFreeLocked();
   if (value.isNull()) {
     if (auto it = cache_.find(key); it != cache_.end()) cache_.erase(it);
   } else {
@@ -96,19 +140,35 @@ void DefaultsStore::set(std::string_view key, platform::Value value) {
 
 platform::Dictionary DefaultsStore::snapshot() {
   std::lock_guard guard(mutex_);
-  refreshLocked();
+  refreshIfFreeLocked();
   return cache_;
 }
 
 bool DefaultsStore::synchronize() {
-  std::lock_guard guard(mutex_);
-  // One busy timeout for the whole save, however many steps it takes.
-  KeyValueTable::BoundedWait wait(table_);
-  if (table_.connect() == KeyValueTable::Status::Recovered) adoptRecoveredLocked();
-  if (!pending_.empty()) {
-    KeyValueTable::Status status = table_.commit(pending_);
+  // One busy timeout for the whole save, the wait for another thread's save included. The
+  // memory copy stays unlocked while the table waits, so reads and sets go on meanwhile.
+  auto deadline = busyDeadline();
+  std::unique_lock tableGuard(tableMutex_, deadline);
+  if (!tableGuard.owns_lock()) return false;
+  KeyValueTable::BoundedWait wait(table_, deadline);
+  KeyValueTable::Status status = table_.connect();
+  KeyValueChanges changes;
+  {
+    std::lock_guard guard(mutex_);
+    if (status == KeyValueTable::Status::Recovered) adoptRecoveredLocked();
+    noteTableLocked();
+    changes = pending_;
+  }
+  if (!changes.empty()) {
+    status = table_.commit(changes);
+    std::lock_guard guard(mutex_);
+    noteTableLocked();
     if (status == KeyValueTable::Status::Failed) return false;
-    pending_.clear();
+    // What was set again while the save ran stays for the next save.
+    for (const auto& [key, value] : changes) {
+      auto it = pending_.find(key);
+      if (it != pending_.end() && it->second == value) pending_.erase(it);
+    }
     if (status == KeyValueTable::Status::Recovered) {
       // The commit found the file damaged and wrote the changes to a fresh one; the rest of
       // what this process holds follows.
@@ -118,6 +178,7 @@ bool DefaultsStore::synchronize() {
   } else {
     table_.checkForeignCommits();  // a commit checks this inside its own transaction
   }
+  std::lock_guard guard(mutex_);
   refreshLocked();
   return true;
 }

@@ -42,6 +42,8 @@ class DefaultsStore {
   Reach reach();
   // Why the database cannot be read or written; empty when nothing failed.
   std::string problem();
+  // Whether changes are buffered that the database has not taken yet.
+  bool hasUnsavedChanges();
 
   platform::Value object(std::string_view key);
   // Sets `key` in the in-memory copy and buffers the change; the null object removes the key.
@@ -49,23 +51,32 @@ class DefaultsStore {
   platform::Dictionary snapshot();
   // Commits the buffered changes durably, tells the other processes and takes in what they have
   // committed. False when the changes could not be saved: they stay in memory (and are read back
-  // from there) and are tried again by the next synchronize().
+  // from there) and are tried again by the next synchronize(). Returns within the busy timeout,
+  // a wait for another thread's save included.
   bool synchronize();
 
   const std::string& path() const noexcept { return table_.path(); }
 
  private:
   void refreshLocked();
+  void refreshIfFreeLocked();
   void adoptRecoveredLocked();
+  void noteTableLocked();
 
-  // Everything below is guarded by mutex_.
-  std::mutex mutex_;
+  // Two locks, always taken in this order: tableMutex_ guards table_ (held while it waits for
+  // another process), mutex_ the memory copy below (held briefly). A read that finds the table
+  // busy answers from the memory copy instead of waiting.
+  std::timed_mutex tableMutex_;
   KeyValueTable table_;
+  std::mutex mutex_;
   // The table as last loaded with pending_ applied over it.
   platform::Dictionary cache_;
   // Changes not yet saved; the null object stands for a removal.
   KeyValueChanges pending_;
   bool loaded_ = false;
+  bool readOnly_ = false;            // the table's readOnly() when last used
+  std::string problem_;              // the table's lastError() when last used
+  std::int32_t versionToRaise_ = 0;  // asked for while the table was busy
 };
 
 // The process-wide store of the database file at `path`, made on first use and kept for the life

@@ -106,6 +106,11 @@ platform::UserDefaults::StoreStatus SVDatabaseUserDefaults::storeStatus() {
   return Status::unreadable;
 }
 
+bool SVDatabaseUserDefaults::hasUnsavedChanges() {
+  auto database = this->database();
+  return database && database->hasUnsavedChanges();
+}
+
 std::string SVDatabaseUserDefaults::storeProblem() {
   auto database = this->database();
   return database ? database->problem() : "no application-group container";

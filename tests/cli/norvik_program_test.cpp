@@ -11,6 +11,7 @@
 #include <array>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <set>
@@ -331,6 +332,22 @@ TEST_F(NorvikProgramTest, LangIsForOneRunAndLanguageSetStores) {
   const ProgramRun unknown = norvik("--lang xx month");
   EXPECT_EQ(unknown.status, 2);
   EXPECT_EQ(chosen("language"), "\"de\"");
+}
+
+TEST_F(NorvikProgramTest, SettingsGetFailsRatherThanPassADefaultOffAsStored) {
+  ASSERT_EQ(norvik("settings set timetableScale 3").status, 0);
+  EXPECT_EQ(norvik("settings get timetableScale").out, "3\n");
+  // Something that is no database stands where the suite's file should be.
+  const std::string suite =
+      dir_.file("group") + "/Preferences/group.app.norvik.taskcalendar.sqlite";
+  std::filesystem::remove(suite);
+  std::filesystem::create_directories(suite);
+  const ProgramRun run = norvik("settings get timetableScale");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.out, "");
+  EXPECT_NE(run.err.find("norvik: settings get timetableScale: the stored value cannot be read"),
+            std::string::npos)
+      << run.err;
 }
 
 TEST_F(NorvikProgramTest, CompletionsAndManualPageCoverEveryCommand) {

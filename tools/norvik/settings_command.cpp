@@ -67,6 +67,17 @@ std::optional<std::string> unreadable(const DefaultsSetting& setting) {
   return std::nullopt;
 }
 
+// Whether the last write reached every store: the application group's, and for a wrapped setting
+// the settings cache's table too.
+bool saved(const DefaultsSetting& setting) {
+  bool durable = NVUserDefaults::shared().synchronize();
+  if (setting.wrapped) {
+    durable = !SVCustomUserDefaultsCacheManager::shared().inDatabaseCache().hasUnsavedChanges() &&
+              durable;
+  }
+  return durable;
+}
+
 std::string shown(const platform::Value& value) {
   if (value.isNull()) return "(absent)";
   if (value.type() == platform::Value::Type::Boolean) return *value.boolValue() ? "true" : "false";
@@ -126,7 +137,7 @@ void addSettingsCommand(CLI::App& app, const GlobalOptions& options, Action& run
       platform::Value value = parseSettingValue(setting, args->value);
       if (!setting.set(value))
         throw UsageError("'" + args->value + "' does not fit " + setting.type);
-      bool durable = NVUserDefaults::shared().synchronize();
+      bool durable = saved(setting);
       if (options.json) {
         printJSON({{"set", describeJSON(setting)}, {"synchronized", durable}});
       }
@@ -140,7 +151,7 @@ void addSettingsCommand(CLI::App& app, const GlobalOptions& options, Action& run
     run = [&options, args] {
       const DefaultsSetting& setting = findSetting(args->name);
       setting.remove();
-      bool durable = NVUserDefaults::shared().synchronize();
+      bool durable = saved(setting);
       if (options.json) printJSON({{"remove", describeJSON(setting)}, {"synchronized", durable}});
       return durable ? 0 : 1;
     };

@@ -55,6 +55,9 @@ class SVDatabaseUserDefaults {
   // says it; unreadable without a container. storeProblem() says why, as one line.
   platform::UserDefaults::StoreStatus storeStatus();
   std::string storeProblem();
+  // Whether a write is held in memory because the database could not take it (it is saved with
+  // the next write, or tried once more when the process exits).
+  bool hasUnsavedChanges();
 
   // Path of the database file in the current environment; empty when there is no container.
   std::string databasePath() const;
