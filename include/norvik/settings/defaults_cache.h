@@ -31,7 +31,8 @@ class DefaultsStore;
 // Without a container, reads give nothing, writes are dropped and a message goes to standard
 // error. When the database cannot be written (a full disk, a read-only container, a lock held past
 // the busy timeout), a write stays in memory, is read back from there and is saved with the next
-// write; one line goes to standard error per run of failures. A damaged file is set aside as
+// write; one line goes to standard error per run of failures. A database that can be read but not
+// written is still read (storeStatus() says readOnly). A damaged or empty file is set aside as
 // "<file>.corrupt-<time>" and replaced by a fresh one.
 class SVDatabaseUserDefaults {
  public:
