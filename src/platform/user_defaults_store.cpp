@@ -1,6 +1,7 @@
 #include "platform/user_defaults_store.h"
 
 #include <algorithm>
+#include <thread>
 #include <unordered_map>
 #include <utility>
 
@@ -148,8 +149,12 @@ bool DefaultsStore::synchronize() {
   // One busy timeout for the whole save, the wait for another thread's save included. The
   // memory copy stays unlocked while the table waits, so reads and sets go on meanwhile.
   auto deadline = busyDeadline();
-  std::unique_lock tableGuard(tableMutex_, deadline);
-  if (!tableGuard.owns_lock()) return false;
+  std::unique_lock tableGuard(tableMutex_, std::defer_lock);
+  // Tried with naps rather than a timed lock, which thread checkers do not follow.
+  while (!tableGuard.try_lock()) {
+    if (std::chrono::steady_clock::now() >= deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
   KeyValueTable::BoundedWait wait(table_, deadline);
   KeyValueTable::Status status = table_.connect();
   KeyValueChanges changes;

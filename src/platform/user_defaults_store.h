@@ -66,7 +66,7 @@ class DefaultsStore {
   // Two locks, always taken in this order: tableMutex_ guards table_ (held while it waits for
   // another process), mutex_ the memory copy below (held briefly). A read that finds the table
   // busy answers from the memory copy instead of waiting.
-  std::timed_mutex tableMutex_;
+  std::mutex tableMutex_;
   KeyValueTable table_;
   std::mutex mutex_;
   // The table as last loaded with pending_ applied over it.
