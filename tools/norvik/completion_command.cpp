@@ -28,6 +28,7 @@ struct PositionalInfo {
   std::string name;
   std::string description;
   bool required = false;
+  std::vector<std::string> choices;  // the values it allows, when they are a fixed set
 };
 
 // One command of the tree: "" for the program itself, "/language/set" for norvik language set.
@@ -54,14 +55,14 @@ std::vector<std::string> choicesOf(const std::string& typeName) {
   return out;
 }
 
-// The values of options whose fixed set the program checks itself rather than through an
-// IsMember check: languages, calendars and time zones.
+// The values of options and arguments whose fixed set the program checks itself rather than
+// through an IsMember check: languages (--lang, language set's code), calendars and time zones.
 std::vector<std::string> checkedValuesOf(const std::vector<std::string>& longNames) {
   std::vector<std::string> out;
   const auto named = [&](const char* name) {
     return std::find(longNames.begin(), longNames.end(), name) != longNames.end();
   };
-  if (named("lang")) {
+  if (named("lang") || named("code")) {
     for (const auto& entry : NVUserLanguage::supportedLanguages()) out.emplace_back(entry.code);
     out.emplace_back("system");
   } else if (named("calendar")) {
@@ -73,6 +74,7 @@ std::vector<std::string> checkedValuesOf(const std::vector<std::string>& longNam
     out.emplace_back("all");
   } else if (named("time-zone")) {
     out = platform::TimeZone::knownTimeZoneIdentifiers();
+    if (std::find(out.begin(), out.end(), "UTC") == out.end()) out.emplace_back("UTC");
   }
   return out;
 }
@@ -86,8 +88,10 @@ void collect(CLI::App& app, const std::string& path, std::vector<std::string> wo
   for (const CLI::Option* option : app.get_options()) {
     if (option->get_group().empty()) continue;  // hidden
     if (option->get_positional() && !option->nonpositional()) {
-      info.positionals.push_back(
-          {option->get_name(true), option->get_description(), option->get_required()});
+      std::vector<std::string> choices = choicesOf(option->get_type_name());
+      if (choices.empty()) choices = checkedValuesOf({option->get_name(true)});
+      info.positionals.push_back({option->get_name(true), option->get_description(),
+                                  option->get_required(), std::move(choices)});
       continue;
     }
     OptionInfo o;
@@ -182,7 +186,13 @@ std::string shellTables(const std::vector<CommandInfo>& tree) {
     out << "    " << shellQuoted(name) << ") echo " << shellQuoted(join(choices, " "))
         << "; return 0 ;;\n";
   }
-  out << "  esac\n  return 1\n}\n";
+  out << "  esac\n  return 1\n}\n__norvik_arguments() {\n  case \"$1\" in\n";
+  for (const CommandInfo& c : tree) {
+    if (c.positionals.empty() || c.positionals.front().choices.empty()) continue;
+    out << "    " << shellQuoted(c.path) << ") echo "
+        << shellQuoted(join(c.positionals.front().choices, " ")) << " ;;\n";
+  }
+  out << "  esac\n}\n";
   return out.str();
 }
 
@@ -215,7 +225,7 @@ std::string bashScript(const std::vector<CommandInfo>& tree) {
     fi
     return
   fi
-  local words="$(__norvik_children "$cmdpath")"
+  local words="$(__norvik_children "$cmdpath") $(__norvik_arguments "$cmdpath")"
   [[ $cur == -* ]] && words="$(__norvik_options "$cmdpath") $(__norvik_options "")"
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")
 }
@@ -267,6 +277,7 @@ std::string zshScript(const std::vector<CommandInfo>& tree) {
     local -a commands
     commands=(${(f)"$(__norvik_described "$cmdpath")"})
     (( ${#commands} )) && _describe -t commands 'norvik command' commands
+    compadd -- ${=$(__norvik_arguments "$cmdpath")}
   fi
 }
 _norvik "$@"
@@ -323,6 +334,10 @@ complete -c norvik -f
     for (std::size_t i = 0; i < c.children.size(); ++i) {
       out << "complete -c norvik" << (c.path.empty() ? here : condition) << " -a "
           << fishQuoted(c.children[i]) << " -d " << fishQuoted(c.childDescriptions[i]) << "\n";
+    }
+    if (!c.positionals.empty() && !c.positionals.front().choices.empty()) {
+      out << "complete -c norvik" << (c.path.empty() ? here : condition) << " -a "
+          << fishQuoted(join(c.positionals.front().choices, " ")) << "\n";
     }
     for (const OptionInfo& o : c.options) {
       // The program's own options apply after every subcommand too.
