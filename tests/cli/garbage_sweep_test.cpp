@@ -119,10 +119,14 @@ std::vector<Command> discoverCommands(const std::vector<std::string>& env) {
     help.arguments.push_back("--help");
     execute(help, env);
     EXPECT_EQ(help.status, 0) << "help of " << ::testing::PrintToString(path);
-    for (const std::string& line : section(help.out, "Subcommands:")) {
-      std::vector<std::string> sub = path;
-      sub.push_back(firstWord(line));
-      pending.push_back(sub);
+    // The program groups its commands under headings; their subcommands are "Subcommands:".
+    for (const char* title : {"Subcommands:", "Calendars:", "Rules:", "Settings:", "Environment:",
+                              "Output:", "Other:"}) {
+      for (const std::string& line : section(help.out, title)) {
+        std::vector<std::string> sub = path;
+        sub.push_back(firstWord(line));
+        pending.push_back(sub);
+      }
     }
     if (path.empty()) continue;
     Command command{path, section(help.out, "Positionals:").size(), {}, {}};

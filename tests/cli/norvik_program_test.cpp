@@ -18,6 +18,9 @@
 #include <sstream>
 #include <thread>
 
+#include "norvik/calendar/lunar_display.h"
+#include "norvik/calendar/solar_terms.h"
+#include "norvik/platform/calendar.h"
 #include "support/test_support.h"
 
 namespace norvik {
@@ -135,7 +138,9 @@ TEST_F(NorvikProgramTest, ThreeMonthsSideBySideKeepLunarTextsUnderTheirDays) {
   EXPECT_EQ(february["5"], "廿六");
   EXPECT_EQ(columns(lines[1], 38, 4), "Sun");
   std::map<std::string, std::string> march = textsUnderNumbers(lines, 4, 2, 5, 38);
-  EXPECT_EQ(march["8"], "廿八");  // 妇女节 is too wide for the cell: the lunar day shows
+  EXPECT_EQ(march["8"], "妇女");  // 妇女节 is too wide for the cell: it is shortened and listed
+  EXPECT_NE(run.out.find("03-08 妇女节"), std::string::npos);
+  EXPECT_EQ(run.out.find("02-10 春节"), std::string::npos);  // shown in full in its cell
 }
 
 TEST_F(NorvikProgramTest, ThreeMonthsInEightyColumnsListTheirFestivals) {
@@ -183,6 +188,77 @@ TEST_F(NorvikProgramTest, NarrowTerminalsGetNumberCellsAndAList) {
   EXPECT_LE(widestLine(wide.out), 70);
   EXPECT_NE(wide.out.find("春节"), std::string::npos);
   EXPECT_EQ(wide.out.find("02-10 春节"), std::string::npos);
+}
+
+// How often each festival and solar-term name falls in the given months, by the library's own
+// festival and solar-term operations.
+std::map<std::string, int> namesOfMonths(int year, int firstMonth, int count) {
+  std::map<std::string, int> names;
+  const platform::Calendar calendar = platform::Calendar::currentGregorian();
+  for (int i = 0; i < count; ++i) {
+    const int y = year + (firstMonth - 1 + i) / 12;
+    const int m = (firstMonth - 1 + i) % 12 + 1;
+    for (int d = 1; d <= 31; ++d) {
+      platform::DateComponents noon;
+      noon.year = y, noon.month = m, noon.day = d, noon.hour = 12;
+      const std::optional<platform::Date> date = calendar.dateFromComponents(noon);
+      if (!date || calendar.components(*date).month != m) break;
+      const std::string festival =
+          festivalOrLunarCalendar(*date, FestivalMode::chinese, 1, std::nullopt, nullptr);
+      if (!festival.empty()) ++names[festival];
+      const auto term = NVSolarTermsManager::sharedManager().solarTermOfDay(y, m, d);
+      if (term && *term != festival) ++names[*term];
+    }
+  }
+  return names;
+}
+
+int occurrences(const std::string& text, const std::string& name) {
+  int n = 0;
+  for (std::size_t at = text.find(name); at != std::string::npos; at = text.find(name, at + 1)) {
+    ++n;
+  }
+  return n;
+}
+
+TEST_F(NorvikProgramTest, EveryFestivalAndSolarTermIsShownInEveryViewAtEveryWidth) {
+  struct View {
+    std::string arguments;
+    int year, firstMonth, count;
+  };
+  std::vector<View> views;
+  for (int year : {2024, 2025}) {
+    char month[16];
+    for (int m = 1; m <= 12; ++m) {
+      std::snprintf(month, sizeof month, "%d-%02d", year, m);
+      views.push_back({std::string("month ") + month, year, m, 1});
+      // -3 around February, May, August and November shows each month of the year once.
+      if (m % 3 == 2) views.push_back({std::string("month -3 ") + month, year, m - 1, 3});
+    }
+    views.push_back({"month -y " + std::to_string(year), year, 1, 12});
+  }
+  int checked = 0;
+  for (const View& view : views) {
+    const std::map<std::string, int> names = namesOfMonths(view.year, view.firstMonth, view.count);
+    // Piped at every width; the year once more in colour, where a name is painted whole.
+    std::vector<std::pair<std::string, int>> runs;
+    for (int width : {30, 50, 80, 120, 160}) runs.emplace_back(view.arguments, width);
+    if (view.count == 12) runs.emplace_back(view.arguments + " --color=always", 80);
+    for (const auto& [arguments, width] : runs) {
+      const ProgramRun run = norvik(arguments, "COLUMNS=" + std::to_string(width));
+      ASSERT_EQ(run.status, 0) << arguments << run.err;
+      if (run.out.find('\033') == std::string::npos) {
+        EXPECT_LE(widestLine(run.out), width) << arguments << " at " << width;
+      }
+      for (const auto& [name, count] : names) {
+        EXPECT_GE(occurrences(run.out, name), count)
+            << name << " lost in " << arguments << " at " << width << "\n"
+            << run.out;
+        ++checked;
+      }
+    }
+  }
+  EXPECT_GT(checked, 1000);
 }
 
 TEST_F(NorvikProgramTest, WeekStartsAsTheLocaleSaysUnlessChosen) {
@@ -331,6 +407,13 @@ TEST_F(NorvikProgramTest, LangIsForOneRunAndLanguageSetStores) {
   EXPECT_EQ(chosen("language"), "\"de\"");
   const ProgramRun unknown = norvik("--lang xx month");
   EXPECT_EQ(unknown.status, 2);
+  // An unknown time zone is refused the same way; errors of a command name its help.
+  const ProgramRun zone = norvik("--time-zone Mars/Base occurrences FREQ=DAILY --start 2024-01-01");
+  EXPECT_EQ(zone.status, 2);
+  EXPECT_NE(zone.err.find("Mars/Base"), std::string::npos) << zone.err;
+  EXPECT_EQ(norvik("--time-zone Europe/Berlin month 2024-02").status, 0);
+  EXPECT_NE(norvik("month 2024-13").err.find("(see norvik month --help)"), std::string::npos);
+  EXPECT_NE(norvik("settings get").err.find("(see norvik settings get --help)"), std::string::npos);
   EXPECT_EQ(chosen("language"), "\"de\"");
 }
 
@@ -354,17 +437,22 @@ TEST_F(NorvikProgramTest, CompletionsAndManualPageCoverEveryCommand) {
   const ProgramRun version = norvik("--version");
   EXPECT_EQ(version.status, 0);
   EXPECT_EQ(version.out, "norvik " NORVIK_VERSION "\n");
-  // The commands norvik --help lists.
+  // The commands norvik --help lists, under its group headings in this order.
   std::vector<std::string> commands;
+  std::vector<std::string> groups;
   bool inList = false;
   for (const std::string& line : linesOf(norvik("--help").out)) {
-    if (line.rfind("Subcommands:", 0) == 0) {
-      inList = true;
+    if (!line.empty() && line[0] != ' ' && line.back() == ':') {
+      inList = line != "Options:";
+      if (inList) groups.push_back(line);
     } else if (inList && line.size() > 2 && line[0] == ' ') {
       commands.push_back(line.substr(2, line.find(' ', 2) - 2));
     }
   }
-  ASSERT_GE(commands.size(), 10u);
+  EXPECT_EQ(groups, (std::vector<std::string>{
+                        "Calendars:", "Rules:", "Settings:", "Environment:", "Output:"}));
+  ASSERT_GE(commands.size(), 25u);
+  EXPECT_EQ(commands.front(), "month");
   const std::string bashFile = dir_.file("norvik.bash");
   ASSERT_EQ(norvik("completion bash -o " + bashFile).status, 0);
   EXPECT_EQ(std::system(("bash -n " + bashFile).c_str()), 0);
@@ -387,19 +475,26 @@ TEST_F(NorvikProgramTest, CompletionsAndManualPageCoverEveryCommand) {
   EXPECT_NE(fish.out.find("-l 'color' -x -a 'auto always never'"), std::string::npos);
   EXPECT_EQ(man.out.rfind(".\\\" Made by: norvik manpage", 0), 0u);
   EXPECT_NE(man.out.find(".TH NORVIK 1"), std::string::npos);
+  for (const char* heading :
+       {".SH FILES", ".SH EXAMPLES", ".SH SEE ALSO", "OfficialCalendar.txt"}) {
+    EXPECT_NE(man.out.find(heading), std::string::npos) << heading;
+  }
   // Completing "norvik language s" and the values of --color in bash itself.
   const std::string probe =
       "source " + bashFile +
       "; COMP_WORDS=(norvik --json --color never language s); COMP_CWORD=5; _norvik; "
       "echo \"${COMPREPLY[*]}\"; COMP_WORDS=(norvik month --color a); COMP_CWORD=3; _norvik; "
-      "echo \"${COMPREPLY[*]}\"";
+      "echo \"${COMPREPLY[*]}\"; COMP_WORDS=(norvik month --lang zh); COMP_CWORD=3; _norvik; "
+      "echo \"${COMPREPLY[*]}\"; COMP_WORDS=(norvik language set pt); COMP_CWORD=3; _norvik; "
+      "echo \"${COMPREPLY[*]}\"; COMP_WORDS=(norvik convert 2024-01-01 --calendar hi); "
+      "COMP_CWORD=4; _norvik; echo \"${COMPREPLY[*]}\"";
   FILE* pipe = popen(("bash -c '" + probe + "'").c_str(), "r");
   ASSERT_NE(pipe, nullptr);
   std::string out;
   char buffer[512];
   for (std::size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
   pclose(pipe);
-  EXPECT_EQ(out, "set\nauto always\n");
+  EXPECT_EQ(out, "set\nauto always\nzh-Hans zh-Hant\npt-BR\nhijri hijri-kuwaiti hijri-saudi\n");
 }
 
 }  // namespace

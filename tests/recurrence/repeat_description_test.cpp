@@ -254,7 +254,7 @@ TEST_F(RepeatDescriptionTest, FollowsTheInterfaceLanguage) {
   });
   EXPECT_EQ(describe("FREQ=WEEKLY;INTERVAL=2;BYDAY=WE,MO"), "Alle 2 Wochen am Mo, Mi");
   EXPECT_EQ(describe("FREQ=WEEKLY"), "Wöchentlich (Dienstag)");
-  EXPECT_EQ(describe("FREQ=YEARLY;BYMONTHDAY=5;BYMONTH=3"), "Jährlich am 5. März");
+  EXPECT_EQ(describe("FREQ=YEARLY;BYMONTHDAY=5;BYMONTH=3"), "Jährlich, 5. März");
   EXPECT_EQ(Repeat::repeatDescriptionWithRRuleByCompletedTime(rule("FREQ=DAILY;INTERVAL=3"), true),
             "3 Tage nach Erledigung");
   platform::modifyEnvironment([](platform::Environment& env) {
@@ -262,7 +262,7 @@ TEST_F(RepeatDescriptionTest, FollowsTheInterfaceLanguage) {
     env.localeIdentifier = "zh_CN";
   });
   EXPECT_EQ(describe("FREQ=WEEKLY;BYDAY=MO,FR"), "每周的周一, 周五");
-  EXPECT_EQ(describe("FREQ=MONTHLY;BYMONTHDAY=15"), "每月（第15天）");
+  EXPECT_EQ(describe("FREQ=MONTHLY;BYMONTHDAY=15"), "每月（15日）");
   EXPECT_EQ(describe("FREQ=YEARLY;BYMONTHDAY=5;BYMONTH=3"), "每年3月5日");
 }
 

@@ -1,12 +1,16 @@
 // norvik completion / manpage: shell completions for bash, zsh and fish and the manual page, all
 // made from the program's own option definitions, so that they never disagree with what norvik
 // accepts. The build runs these commands and `cmake --install` installs their output.
+#include <algorithm>
 #include <fstream>
 #include <iostream>
 #include <sstream>
 
 #include "cli.h"
+#include "norvik/calendar/calendar_types.h"
+#include "norvik/environment/user_language.h"
 #include "norvik/platform/environment.h"
+#include "norvik/platform/time_zone.h"
 
 namespace norvik::cli {
 namespace {
@@ -24,6 +28,7 @@ struct PositionalInfo {
   std::string name;
   std::string description;
   bool required = false;
+  std::vector<std::string> choices;  // the values it allows, when they are a fixed set
 };
 
 // One command of the tree: "" for the program itself, "/language/set" for norvik language set.
@@ -50,6 +55,30 @@ std::vector<std::string> choicesOf(const std::string& typeName) {
   return out;
 }
 
+// The values of options and arguments whose fixed set the program checks itself rather than
+// through an IsMember check: languages (--lang, language set's code), calendars and time zones.
+std::vector<std::string> checkedValuesOf(const std::vector<std::string>& longNames) {
+  std::vector<std::string> out;
+  const auto named = [&](const char* name) {
+    return std::find(longNames.begin(), longNames.end(), name) != longNames.end();
+  };
+  if (named("lang") || named("code")) {
+    for (const auto& entry : NVUserLanguage::supportedLanguages()) out.emplace_back(entry.code);
+    out.emplace_back("system");
+  } else if (named("calendar")) {
+    for (const auto& type : NVCalendarDateType::allCases()) {
+      if (type != NVCalendarDateType::NONE() && !type->rawValue().empty()) {
+        out.push_back(type->rawValue());
+      }
+    }
+    out.emplace_back("all");
+  } else if (named("time-zone")) {
+    out = platform::TimeZone::knownTimeZoneIdentifiers();
+    if (std::find(out.begin(), out.end(), "UTC") == out.end()) out.emplace_back("UTC");
+  }
+  return out;
+}
+
 void collect(CLI::App& app, const std::string& path, std::vector<std::string> words,
              std::vector<CommandInfo>& out) {
   CommandInfo info;
@@ -59,8 +88,10 @@ void collect(CLI::App& app, const std::string& path, std::vector<std::string> wo
   for (const CLI::Option* option : app.get_options()) {
     if (option->get_group().empty()) continue;  // hidden
     if (option->get_positional() && !option->nonpositional()) {
-      info.positionals.push_back(
-          {option->get_name(true), option->get_description(), option->get_required()});
+      std::vector<std::string> choices = choicesOf(option->get_type_name());
+      if (choices.empty()) choices = checkedValuesOf({option->get_name(true)});
+      info.positionals.push_back({option->get_name(true), option->get_description(),
+                                  option->get_required(), std::move(choices)});
       continue;
     }
     OptionInfo o;
@@ -68,6 +99,7 @@ void collect(CLI::App& app, const std::string& path, std::vector<std::string> wo
     o.shortNames = option->get_snames();
     o.takesValue = option->get_expected_max() > 0 && option->get_type_size_max() > 0;
     o.choices = choicesOf(option->get_type_name());
+    if (o.choices.empty() && o.takesValue) o.choices = checkedValuesOf(o.longNames);
     o.valueName = option->get_type_name();
     o.description = option->get_description();
     info.options.push_back(std::move(o));
@@ -154,7 +186,13 @@ std::string shellTables(const std::vector<CommandInfo>& tree) {
     out << "    " << shellQuoted(name) << ") echo " << shellQuoted(join(choices, " "))
         << "; return 0 ;;\n";
   }
-  out << "  esac\n  return 1\n}\n";
+  out << "  esac\n  return 1\n}\n__norvik_arguments() {\n  case \"$1\" in\n";
+  for (const CommandInfo& c : tree) {
+    if (c.positionals.empty() || c.positionals.front().choices.empty()) continue;
+    out << "    " << shellQuoted(c.path) << ") echo "
+        << shellQuoted(join(c.positionals.front().choices, " ")) << " ;;\n";
+  }
+  out << "  esac\n}\n";
   return out.str();
 }
 
@@ -187,7 +225,7 @@ std::string bashScript(const std::vector<CommandInfo>& tree) {
     fi
     return
   fi
-  local words="$(__norvik_children "$cmdpath")"
+  local words="$(__norvik_children "$cmdpath") $(__norvik_arguments "$cmdpath")"
   [[ $cur == -* ]] && words="$(__norvik_options "$cmdpath") $(__norvik_options "")"
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")
 }
@@ -239,6 +277,7 @@ std::string zshScript(const std::vector<CommandInfo>& tree) {
     local -a commands
     commands=(${(f)"$(__norvik_described "$cmdpath")"})
     (( ${#commands} )) && _describe -t commands 'norvik command' commands
+    compadd -- ${=$(__norvik_arguments "$cmdpath")}
   fi
 }
 _norvik "$@"
@@ -296,6 +335,10 @@ complete -c norvik -f
       out << "complete -c norvik" << (c.path.empty() ? here : condition) << " -a "
           << fishQuoted(c.children[i]) << " -d " << fishQuoted(c.childDescriptions[i]) << "\n";
     }
+    if (!c.positionals.empty() && !c.positionals.front().choices.empty()) {
+      out << "complete -c norvik" << (c.path.empty() ? here : condition) << " -a "
+          << fishQuoted(join(c.positionals.front().choices, " ")) << "\n";
+    }
     for (const OptionInfo& o : c.options) {
       // The program's own options apply after every subcommand too.
       out << "complete -c norvik" << condition;
@@ -333,7 +376,9 @@ std::string optionSynopsis(const OptionInfo& o) {
   for (const std::string& name : o.longNames) names.push_back("\\fB\\-\\-" + roff(name) + "\\fR");
   std::string text = join(names, ", ");
   if (o.takesValue) {
-    text += " \\fI" + roff(o.choices.empty() ? o.valueName : join(o.choices, "|")) + "\\fR";
+    // Long lists (languages, time zones) are named by their value type; the text explains them.
+    const bool listed = !o.choices.empty() && o.choices.size() <= 12;
+    text += " \\fI" + roff(listed ? join(o.choices, "|") : o.valueName) + "\\fR";
   }
   return text;
 }
@@ -380,8 +425,40 @@ std::string manPage(const std::vector<CommandInfo>& tree) {
          "always\\fR is given.\n"
          ".TP\n\\fBLANG\\fR, \\fBLC_ALL\\fR, \\fBLANGUAGE\\fR, \\fBTZ\\fR\nThe system's "
          "languages, locale (week start, weekend) and time zone.\n"
+         ".SH FILES\n"
+         ".TP\n\\fI$XDG_DATA_HOME/"
+      << roff(std::string(kNVAppGroupIdentifier))
+      << "\\fR\nThe application-group container (or \\fB\\-\\-app\\-group\\-dir\\fR): "
+         "\\fIPreferences/*.sqlite\\fR hold the shared key-value store and the settings, "
+         "\\fINorvik_CustomUserDefaults.sqlite\\fR the settings cache.\n"
+         ".TP\n\\fI<container>/OfficialCalendar.txt\\fR\nOverride data for the official "
+         "holidays and working days, read before the table shipped in the library's bundle.\n"
+         ".TP\n\\fI<prefix>/share/norvik/MainBundle\\fR\nThe main bundle, <prefix> being the "
+         "directory above the program (or "
+         "\\fB\\-\\-bundle\\fR, \\fBNORVIK_MAIN_BUNDLE\\fR): \\fIInfo.plist\\fR and one "
+         "\\fI<code>.lproj\\fR folder of string tables per interface language.\n"
+         ".TP\n\\fI<prefix>/share/norvik/LibraryBundle\\fR\nThe library's own bundle: the "
+         "solar-term table \\fISolarTerms.plist\\fR and the official calendar.\n"
          ".SH EXIT STATUS\n0 on success, 1 when a command fails, 2 for input that cannot be "
-         "used; the reason is one line on standard error.\n";
+         "used; the reason is one line on standard error, with the help to read.\n"
+         ".SH EXAMPLES\n"
+         ".TP\n\\fBnorvik month \\-3\\fR\nLast month, this one and the next, with lunar days, "
+         "festivals and solar terms.\n"
+         ".TP\n\\fBnorvik month \\-y 2025 \\-\\-week\\-start monday\\fR\nThe year 2025, "
+         "weeks from Monday.\n"
+         ".TP\n\\fBnorvik \\-\\-lang de describe \\(aqFREQ=YEARLY;BYMONTH=3;BYDAY=\\-1FR\\(aq"
+         "\\fR\nHow a repeat rule reads in German.\n"
+         ".TP\n\\fBnorvik occurrences \\(aqFREQ=MONTHLY;BYDAY=2TU\\(aq \\-\\-start 2024\\-01\\-01 "
+         "\\-\\-count 5\\fR\nThe next five dates of a rule.\n"
+         ".TP\n\\fBnorvik convert 2024\\-02\\-10 \\-\\-calendar all\\fR\nA day in every other "
+         "calendar.\n"
+         ".TP\n\\fBnorvik days 2024\\-01\\-01 2024\\-12\\-31 > days.jsonl\\fR\nThe texts of "
+         "every day of a year, one JSON object a line.\n"
+         ".TP\n\\fBnorvik ics 2025 \\-o festivals.ics\\fR\nFestivals and solar terms of 2025 "
+         "as an iCalendar file.\n"
+         ".TP\n\\fBnorvik language set ja\\fR\nStore Japanese as the interface language.\n"
+         ".SH SEE ALSO\n\\fBcal\\fR(1), \\fBdate\\fR(1), \\fBlocale\\fR(1), "
+         "\\fBtzfile\\fR(5)\n";
   return out.str();
 }
 

@@ -1,4 +1,5 @@
 // norvik: the library's main job on a terminal.
+#include <algorithm>
 #include <iostream>
 #include <vector>
 
@@ -6,11 +7,17 @@
 #include "norvik/environment/user_language.h"
 #include "norvik/platform/environment.h"
 #include "norvik/platform/logger.h"
+#include "norvik/platform/time_zone.h"
 
 namespace {
 
 // Applies the global options to the library's environment before any command runs.
 void applyGlobalOptions(const norvik::cli::GlobalOptions& options) {
+  // An unknown zone would silently become UTC further down: refuse it as an unknown --lang is.
+  if (!options.timeZone.empty() && !norvik::platform::TimeZone::withIdentifier(options.timeZone)) {
+    throw norvik::cli::UsageError("unknown time zone '" + options.timeZone +
+                                  "' (an identifier such as Asia/Shanghai or UTC)");
+  }
   norvik::platform::modifyEnvironment([&](norvik::platform::Environment& env) {
     if (!options.appGroupDir.empty()) env.appGroupContainerDirectory = options.appGroupDir;
     if (!options.bundle.empty()) env.mainBundlePath = options.bundle;
@@ -33,6 +40,20 @@ void applyGlobalOptions(const norvik::cli::GlobalOptions& options) {
                                 "' (a supported code such as de or zh-Hans, or system)");
 }
 
+// "norvik month --help" for the deepest subcommand the command line chose (as far as it was read),
+// "norvik --help" when it chose none.
+std::string helpCommandOf(const CLI::App& app) {
+  std::string command = "norvik";
+  const CLI::App* level = &app;
+  for (;;) {
+    const std::vector<CLI::App*> chosen = level->get_subcommands();
+    if (chosen.empty()) break;
+    level = chosen.front();
+    command += " " + level->get_name();
+  }
+  return command + " --help";
+}
+
 }  // namespace
 
 namespace norvik::cli {
@@ -47,8 +68,60 @@ CommandRegistration::CommandRegistration(CommandAdder adder) {
   registry().push_back(adder);
 }
 
+namespace {
+// The subcommands as --help lists them: by group, and in each group from the most used on.
+struct CommandGroup {
+  const char* title;
+  std::vector<std::string> commands;
+};
+const std::vector<CommandGroup>& commandGroups() {
+  static const std::vector<CommandGroup> groups = {
+      {"Calendars",
+       {"month", "lunar", "solar", "day", "days", "convert", "ics", "stamp", "timeline"}},
+      {"Rules",
+       {"describe", "interval", "after-completion", "occurrences", "first-occurrence", "rule",
+        "repair"}},
+      {"Settings",
+       {"settings", "defaults", "keychain", "language", "site", "colors", "themes", "smart-lists"}},
+      {"Environment", {"env", "device-info"}},
+      {"Output", {"completion", "manpage"}},
+  };
+  return groups;
+}
+
+// The place of a subcommand in that order; commands not in it come last, in the "Other" group.
+std::pair<std::size_t, const char*> placeOf(const std::string& name) {
+  std::size_t rank = 0;
+  for (const CommandGroup& group : commandGroups()) {
+    for (const std::string& command : group.commands) {
+      if (command == name) return {rank, group.title};
+      ++rank;
+    }
+  }
+  return {rank, "Other"};
+}
+}  // namespace
+
 void addRegisteredCommands(CLI::App& app, const GlobalOptions& options, Action& run) {
-  for (CommandAdder adder : registry()) adder(app, options, run);
+  // CLI11 lists subcommands in the order they were added, so each source file's commands are
+  // first added to a scratch program to learn their names, then added for real in list order.
+  std::vector<std::pair<std::size_t, CommandAdder>> ordered;
+  for (CommandAdder adder : registry()) {
+    CLI::App scratch;
+    Action unused;
+    adder(scratch, options, unused);
+    std::size_t first = placeOf("").first;
+    for (const CLI::App* command : scratch.get_subcommands({})) {
+      first = std::min(first, placeOf(command->get_name()).first);
+    }
+    ordered.emplace_back(first, adder);
+  }
+  std::stable_sort(ordered.begin(), ordered.end(),
+                   [](const auto& a, const auto& b) { return a.first < b.first; });
+  for (const auto& entry : ordered) entry.second(app, options, run);
+  for (CLI::App* command : app.get_subcommands({})) {
+    command->group(placeOf(command->get_name()).second);
+  }
 }
 }  // namespace norvik::cli
 
@@ -88,15 +161,23 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& e) {
     // Help on any level arrives here as a "successful" parse error and is printed by exit().
     if (e.get_exit_code() == 0) return app.exit(e);
-    printError(std::string(e.what()) + " (see norvik --help)");
+    printError(std::string(e.what()) + " (see " + helpCommandOf(app) + ")");
     return 2;
   }
 
   try {
     applyGlobalOptions(options);
+  } catch (const UsageError& e) {
+    printError(std::string(e.what()) + " (see norvik --help)");
+    return 2;
+  } catch (const std::exception& e) {
+    printError(e.what());
+    return 1;
+  }
+  try {
     return action ? action() : runOverview(options);
   } catch (const UsageError& e) {
-    printError(e.what());
+    printError(std::string(e.what()) + " (see " + helpCommandOf(app) + ")");
     return 2;
   } catch (const std::exception& e) {
     printError(e.what());

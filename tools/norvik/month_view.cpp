@@ -3,8 +3,10 @@
 //
 // Cells are as wide as the terminal allows: a single month gets ten columns a day with the full
 // festival name; several months get five (two Chinese characters and a space); where even that does
-// not fit, a cell holds only the day number (three columns, as cal prints it) and the festivals and
-// solar terms follow the grid as a list. Widths are display columns, so Chinese texts stay aligned.
+// not fit, a cell holds only the day number (three columns, as cal prints it). No name is ever
+// lost: a name wider than its cell shows there shortened, and every name a cell does not show in
+// full (all of them in number-only cells) follows the grids as a list of notes. Widths are display
+// columns, so Chinese texts stay aligned.
 #include <unicode/calendar.h>
 #include <unicode/locid.h>
 #include <unistd.h>
@@ -30,11 +32,18 @@ namespace {
 
 enum class Kind { plain, festival, solarTerm };
 
+// A name a day carries that the views must not lose. Other kinds of day marks join as new kinds.
+struct Note {
+  std::string name;
+  Kind kind = Kind::plain;
+};
+
 struct Day {
   int day = 0;
   std::string text;  // the festival, else the lunar day text (month name on day 1, solar term)
   std::string festival;
-  Kind kind = Kind::plain;
+  Kind kind = Kind::plain;  // what `text` is, for its colour
+  std::vector<Note> notes;  // the festival and the solar term of the day, when it has them
   bool weekend = false;
   bool today = false;
 };
@@ -95,6 +104,8 @@ Month computeMonth(int year, int month, int firstWeekday, CivilDay today,
     day.kind = term && day.text == *term ? Kind::solarTerm
                : !day.festival.empty()   ? Kind::festival
                                          : Kind::plain;
+    if (!day.festival.empty()) day.notes.push_back({day.festival, Kind::festival});
+    if (term && *term != day.festival) day.notes.push_back({*term, Kind::solarTerm});
     day.weekend = weekend[static_cast<std::size_t>(weekdayOf(first + d - 1))];
     day.today = first + d - 1 == today;
     m.days.push_back(std::move(day));
@@ -116,6 +127,17 @@ struct Block {
   std::vector<std::string> lines;
   int width = 0;
 };
+
+// The text of a cell `inner` columns wide: the day's text, or as much of it as fits (a festival
+// name keeps its first characters: 国庆节 reads 国庆). The full name is then among the notes.
+std::string cellText(const Day& day, int inner) {
+  return fitToWidth(day.text, inner);
+}
+
+// Whether a name is shown in full in its cell.
+bool shownInCell(const Day& day, const Note& note, bool withTexts, int inner) {
+  return withTexts && note.name == day.text && displayWidth(day.text) <= inner;
+}
 
 // One month in cells of `cell` columns; `withTexts` adds a line of lunar texts under each week.
 Block renderMonth(const Month& m, const std::string& title, const std::vector<std::string>& names,
@@ -154,12 +176,7 @@ Block renderMonth(const Month& m, const std::string& title, const std::vector<st
                                                                      : nullptr;
       numbers += padded.substr(0, at) + (code ? style.paint(digits, code) : digits) +
                  padded.substr(at + digits.size()) + " ";
-      // A festival name too long for the cell gives way to the lunar day text, still in colour.
-      std::string text = day.text;
-      if (displayWidth(text) > inner && !day.festival.empty()) {
-        text = dayStringInLunarCalendar(noonOf(m.year, m.month, day.day), std::nullopt, true, true);
-      }
-      const std::string shown = centredIn(text, inner);
+      const std::string shown = centredIn(cellText(day, inner), inner);
       texts += (day.kind == Kind::festival    ? style.paint(shown, "31")
                 : day.kind == Kind::solarTerm ? style.paint(shown, "32")
                                               : shown) +
@@ -188,30 +205,47 @@ void printRow(std::ostream& out, const std::vector<Block>& blocks, int gap) {
   }
 }
 
-// The festivals and solar terms of the months as "MM-DD text" entries, wrapped to `width`.
-void printLegend(std::ostream& out, const std::vector<Month>& months, int width,
-                 const Style& style) {
+const char* colourOf(Kind kind) {
+  switch (kind) {
+    case Kind::festival:
+      return "31";
+    case Kind::solarTerm:
+      return "32";
+    case Kind::plain:
+      break;
+  }
+  return "0";
+}
+
+// The notes of the months that their cells do not show in full, as "MM-DD name" entries wrapped
+// to `width`, after a blank line; nothing when every name is in its cell.
+void printNotes(std::ostream& out, const std::vector<Month>& months, int width, bool withTexts,
+                int inner, const Style& style) {
   std::string line;
   int used = 0;
+  bool any = false;
   for (const Month& m : months) {
     for (const Day& day : m.days) {
-      if (day.kind == Kind::plain) continue;
-      char date[8];
-      std::snprintf(date, sizeof date, "%02d-%02d", m.month % 100, day.day % 100);
-      const std::string entry = std::string(date) + " " + day.text;
-      const int entryWidth = displayWidth(entry);
-      if (used > 0 && used + 2 + entryWidth > width) {
-        out << line << "\n";
-        line.clear();
-        used = 0;
+      for (const Note& note : day.notes) {
+        if (shownInCell(day, note, withTexts, inner)) continue;
+        if (!any) out << "\n";
+        any = true;
+        char date[8];
+        std::snprintf(date, sizeof date, "%02d-%02d", m.month % 100, day.day % 100);
+        const std::string entry = std::string(date) + " " + note.name;
+        const int entryWidth = displayWidth(entry);
+        if (used > 0 && used + 2 + entryWidth > width) {
+          out << line << "\n";
+          line.clear();
+          used = 0;
+        }
+        if (used > 0) {
+          line += "  ";
+          used += 2;
+        }
+        line += std::string(date) + " " + style.paint(note.name, colourOf(note.kind));
+        used += entryWidth;
       }
-      if (used > 0) {
-        line += "  ";
-        used += 2;
-      }
-      line +=
-          std::string(date) + " " + style.paint(day.text, day.kind == Kind::festival ? "31" : "32");
-      used += entryWidth;
     }
   }
   if (!line.empty()) out << line << "\n";
@@ -332,6 +366,8 @@ int runMonth(const GlobalOptions& options, const MonthRequest& request) {
       perRow = 3;
     } else if (width >= 3 * 21 + 2 * 2) {
       cell = 3, perRow = 3;
+    } else if (width < 35) {
+      cell = 3;
     }
   } else {
     perRow = std::max(1, std::min(4, (width + kGap) / (35 + kGap)));
@@ -372,10 +408,7 @@ int runMonth(const GlobalOptions& options, const MonthRequest& request) {
                                 blocks.begin() + static_cast<long>(end)),
              gap);
   }
-  if (!withTexts) {
-    out << "\n";
-    printLegend(out, months, width, style);
-  }
+  printNotes(out, months, width, withTexts, cell - 1, style);
   out.flush();
   return 0;
 }
