@@ -16,6 +16,7 @@
 #include "norvik/platform/environment.h"
 #include "norvik/platform/property_list.h"
 #include "norvik/platform/strings_table.h"
+#include "platform/bundle_access.h"
 
 namespace fs = std::filesystem;
 
@@ -585,3 +586,28 @@ bool Bundle::isValidLocalizationCode(std::string_view code) {
 }
 
 }  // namespace norvik::platform
+
+namespace norvik::detail {
+
+const StringIndex* BundleAccess::table(const platform::Bundle& bundle,
+                                       std::string_view localization, std::string_view table) {
+  if (table.empty()) table = kDefaultTable;
+  if (!isValidFileName(table)) return nullptr;
+  if (!localization.empty() && !platform::Bundle::isValidLocalizationCode(localization)) {
+    return nullptr;
+  }
+  const TableSlot& slot = bundle.impl_->tableSlot(localization, table);
+  return slot.present ? &slot.byKey : nullptr;
+}
+
+std::shared_ptr<platform::Bundle> BundleAccess::empty(const std::string& path) {
+  return std::make_shared<platform::Bundle>(std::make_unique<BundleImpl>(path));
+}
+
+std::optional<std::string> BundleAccess::localizationFor(
+    const platform::Bundle& bundle, const std::vector<std::string>& preferences) {
+  BundleImpl& impl = *bundle.impl_;
+  return impl.index().choose(preferences, impl.developmentRegion());
+}
+
+}  // namespace norvik::detail

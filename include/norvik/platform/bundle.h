@@ -22,7 +22,8 @@
 
 namespace norvik::detail {
 class BundleImpl;
-}
+struct BundleAccess;
+}  // namespace norvik::detail
 
 namespace norvik::platform {
 
@@ -113,6 +114,7 @@ class Bundle {
   explicit Bundle(std::unique_ptr<detail::BundleImpl> impl);
 
  private:
+  friend struct detail::BundleAccess;
   std::unique_ptr<detail::BundleImpl> impl_;
 };
 
