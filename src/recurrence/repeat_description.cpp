@@ -7,6 +7,7 @@
 #include "norvik/recurrence/repeat_description.h"
 
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -106,6 +107,54 @@ Date relativeOrNow(std::optional<Date> relative) {
   return relative ? *relative : Date::now();
 }
 
+// Day arithmetic of the Gregorian calendar on days since 1970-01-01 in the context's time zone:
+// exact, and a fraction of the cost of ICU's calendar fields. Other calendars, and instants far
+// outside the range of dates, go through platform::Calendar.
+struct CivilDate {
+  std::int64_t year;
+  int month;
+  int day;
+};
+
+std::int64_t daysFromCivil(std::int64_t y, int m, int d) {
+  y -= m <= 2;
+  const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
+  const std::int64_t yoe = y - era * 400;
+  const std::int64_t doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
+  const std::int64_t doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+  return era * 146097 + doe - 719468;
+}
+
+CivilDate civilFromDays(std::int64_t z) {
+  z += 719468;
+  const std::int64_t era = (z >= 0 ? z : z - 146096) / 146097;
+  const std::int64_t doe = z - era * 146097;
+  const std::int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+  const std::int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+  const std::int64_t mp = (5 * doy + 2) / 153;
+  const int d = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
+  const int m = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
+  return {yoe + era * 400 + (m <= 2), m, d};
+}
+
+// The local day of `date` in the context, when the context's calendar is Gregorian and the date a
+// plain one; std::nullopt otherwise.
+std::optional<std::int64_t> gregorianLocalDay(const platform::TextContext& context, Date date) {
+  const double seconds = date.timeIntervalSince1970();
+  if (context.calendar().identifier() != platform::CalendarIdentifier::gregorian ||
+      !(std::fabs(seconds) < 1.0e12)) {
+    return std::nullopt;
+  }
+  const double local = seconds + context.timeZone().secondsFromGMT(date);
+  return static_cast<std::int64_t>(std::floor(local / 86400.0));
+}
+
+// An instant inside local day `day` (its noon, which no zone's offset change moves off the day).
+Date instantOfLocalDay(const platform::TextContext& context, std::int64_t day) {
+  const double noon = static_cast<double>(day) * 86400.0 + 43200.0;
+  return Date(noon - context.timeZone().secondsFromGMT(Date(noon)));
+}
+
 // Index into kWeekOrdinals: -1 reads "last"; 1..6 read the 1st to "last" (6 included); anything
 // else reads "1st".
 std::size_t weekOrdinalIndex(int num) {
@@ -167,8 +216,13 @@ std::string weeklyText(const Texts& t, const SVRecurrenceRule& rule, int n, bool
   }
   if (days.empty()) {
     if (plural) return t.lookUpFormat("Every %d weeks", n);
-    const auto weekday =
-        t.context().calendar().component(platform::CalendarUnit::weekday, relativeOrNow(relative));
+    const Date date = relativeOrNow(relative);
+    std::optional<int> weekday;
+    if (const auto day = gregorianLocalDay(t.context(), date)) {
+      weekday = static_cast<int>(((*day + 4) % 7 + 7) % 7) + 1;  // 1970-01-01 was a Thursday (5)
+    } else {
+      weekday = t.context().calendar().component(platform::CalendarUnit::weekday, date);
+    }
     const std::string_view name = weekdayName(t.context().weekdaySymbols(), weekday.value_or(0));
     return t.lookUp("Weekly") + t.lookUpSpecialFormat(" (%@)", name);
   }
@@ -253,10 +307,19 @@ std::string yearlyText(const Texts& t, const SVRecurrenceRule& rule, int n, bool
       const int m = rule.byMonth.front();
       const int v = rule.byMonthDay.front();
       const platform::Calendar& calendar = context.calendar();
-      const Date yearStart = calendar.startOfYear(relativeOrNow(relative));
-      const std::optional<Date> month =
-          calendar.dateByAdding(platform::CalendarUnit::month, m - 1, yearStart);
-      if (month) {
+      const Date date = relativeOrNow(relative);
+      if (const auto today = gregorianLocalDay(context, date); today && m >= 1 && m <= 12) {
+        // Day v of month m of this year, counted on from the 1st as the calendar's addition does.
+        const std::int64_t first = daysFromCivil(civilFromDays(*today).year, m, 1);
+        if (v == -1) {
+          detail += context.shortMonthText(instantOfLocalDay(context, first));
+          detail += t.lookUpSpecial("space");
+          detail += t.lookUp("Last day");
+        } else {
+          detail += context.monthDayText(instantOfLocalDay(context, first + v - 1));
+        }
+      } else if (const std::optional<Date> month = calendar.dateByAdding(
+                     platform::CalendarUnit::month, m - 1, calendar.startOfYear(date))) {
         if (v == -1) {
           detail += context.shortMonthText(*month);
           detail += t.lookUpSpecial("space");

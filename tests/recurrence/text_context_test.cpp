@@ -123,6 +123,29 @@ TEST_F(TextContextTest, TimeZoneAndCalendarComeFromTheContext) {
   EXPECT_EQ(Repeat::repeatDescriptionWithRRuleByDefaultOrDueDate(utc, weekly, std::nullopt, false,
                                                                  lateTuesday, true),
             "Weekly (Tuesday)");
+  // The Gregorian day arithmetic of the descriptions agrees with ICU's calendar (ISO 8601 is the
+  // Gregorian calendar with other week rules, and takes ICU's path): overflowing days, day 0,
+  // the last day, a month out of range, the relative weekday, in zones on both sides of UTC.
+  for (const char* zone : {"Pacific/Kiritimati", "America/Los_Angeles", "Asia/Kolkata"}) {
+    settings.timeZoneIdentifier = zone;
+    settings.calendar = platform::CalendarIdentifier::gregorian;
+    const TextContext gregorian(settings);
+    settings.calendar = platform::CalendarIdentifier::iso8601;
+    const TextContext iso(settings);
+    for (const char* text :
+         {"FREQ=YEARLY;BYMONTH=2;BYMONTHDAY=30", "FREQ=YEARLY;BYMONTH=12;BYMONTHDAY=31",
+          "FREQ=YEARLY;BYMONTH=3;BYMONTHDAY=0", "FREQ=YEARLY;BYMONTH=2;BYMONTHDAY=-1",
+          "FREQ=YEARLY;BYMONTH=1;BYMONTHDAY=1", "FREQ=YEARLY", "FREQ=WEEKLY"}) {
+      for (const Date date : {lateTuesday, Date(951825600.0) /* 2000-02-29 12:00 UTC */}) {
+        EXPECT_EQ(Repeat::repeatDescriptionWithRRuleByDefaultOrDueDate(
+                      gregorian, rule(text), std::nullopt, false, date, true),
+                  Repeat::repeatDescriptionWithRRuleByDefaultOrDueDate(
+                      iso, rule(text), std::nullopt, false, date, true))
+            << text << " in " << zone;
+      }
+    }
+  }
+  settings.calendar.reset();
   settings.timeZoneIdentifier = "Not/AZone";
   EXPECT_EQ(TextContext(settings).timeZone().identifier(), "UTC");  // the environment's
 }
