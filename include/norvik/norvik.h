@@ -32,6 +32,7 @@
 #include "norvik/platform/operation.h"
 #include "norvik/platform/property_list.h"
 #include "norvik/platform/strings_table.h"
+#include "norvik/platform/text_context.h"
 #include "norvik/platform/time_zone.h"
 #include "norvik/platform/user_defaults.h"
 #include "norvik/platform/value.h"

@@ -142,31 +142,19 @@ void startUp() {
   }
 }
 
-std::string lookupThroughBundleEx(std::string_view key, std::string_view value,
-                                  std::string_view table) {
-  return BundleEx::localizedStringForKey(key, value, table);
-}
-
-// The folder code of the attached language, else the main bundle's choice, else "en".
-std::string languageOfLookups() {
+// The language the user chose, for the platform's text contexts: the attached code (which may
+// name no folder of the main bundle; the context then follows the system's languages).
+std::optional<std::string> chosenLanguageOfContexts() {
   BundleEx::installOnMainBundle();
-  const auto main = Bundle::main();
-  if (attachedBundle(main)) {
-    auto& state = attached();
-    std::lock_guard lock(state.mutex);
-    if (state.code) return *state.code;
-  }
-  const auto preferred = main->preferredLocalizations();
-  return preferred.empty() ? std::string("en") : preferred.front();
+  auto& state = attached();
+  std::lock_guard lock(state.mutex);
+  return state.code;
 }
 
-// Routes the platform's localized lookups through BundleEx as soon as the library is loaded.
-struct LookupInstaller {
-  LookupInstaller() {
-    setMainBundleLookup(&lookupThroughBundleEx);
-    setMainBundleLanguage(&languageOfLookups);
-  }
-} lookupInstaller;
+// Tells the platform's text contexts the chosen language as soon as the library is loaded.
+struct ChosenLanguageInstaller {
+  ChosenLanguageInstaller() { setChosenLanguageSource(&chosenLanguageOfContexts); }
+} chosenLanguageInstaller;
 
 std::optional<std::string> ownBundleIdentifier() {
   return Bundle::main()->bundleIdentifier();

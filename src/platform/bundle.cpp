@@ -14,8 +14,10 @@
 #include <unordered_map>
 
 #include "norvik/platform/environment.h"
+#include "norvik/platform/logger.h"
 #include "norvik/platform/property_list.h"
 #include "norvik/platform/strings_table.h"
+#include "platform/bundle_access.h"
 
 namespace fs = std::filesystem;
 
@@ -375,6 +377,7 @@ struct MainBundleCache {
   bool missing = false;
   std::uint64_t generation = 0;
   std::string path;
+  std::string reportedMissing;  // the last missing path reported in the log
   std::shared_ptr<platform::Bundle> bundle;
 };
 
@@ -412,8 +415,8 @@ std::shared_ptr<Bundle> Bundle::atPath(std::string_view path) {
 }
 
 std::shared_ptr<Bundle> Bundle::main() {
-  // Each thread remembers the bundle found for an environment generation (a found bundle stays the
-  // same for the generation; a missing one is looked for again on every call).
+  // Each thread remembers the bundle of an environment generation; the process looks for the
+  // directory once per generation, and a missing one is reported once per path.
   struct Remembered {
     std::uint64_t generation = 0;
     std::shared_ptr<Bundle> bundle;
@@ -424,31 +427,49 @@ std::shared_ptr<Bundle> Bundle::main() {
   auto& cache = detail::mainBundleCache();
   {
     std::shared_lock lock(cache.mutex);
-    if (cache.valid && cache.generation == generation && !cache.missing) {
+    if (cache.valid && cache.generation == generation) {
       remembered = Remembered{generation, cache.bundle};
       return cache.bundle;
     }
   }
   const std::string path = currentEnvironment()->mainBundlePath;
   std::shared_ptr<Bundle> found = atPath(path);
-  std::unique_lock lock(cache.mutex);
-  try {
-    if (found) {
-      cache.missing = false;
-      cache.bundle = std::move(found);
-    } else if (!(cache.valid && cache.missing && cache.path == path)) {
-      // A stand-in without resources, kept while the path stays missing so that calls agree; the
-      // directory is looked for again on every call until it appears.
-      cache.missing = true;
-      cache.bundle = std::make_shared<Bundle>(std::make_unique<detail::BundleImpl>(path));
+  bool report = false;
+  std::shared_ptr<Bundle> result;
+  {
+    std::unique_lock lock(cache.mutex);
+    try {
+      if (found) {
+        cache.missing = false;
+        cache.bundle = std::move(found);
+      } else if (!(cache.valid && cache.missing && cache.path == path)) {
+        // A stand-in without resources: its texts are the given values or keys.
+        cache.missing = true;
+        cache.bundle = std::make_shared<Bundle>(std::make_unique<detail::BundleImpl>(path));
+        report = cache.reportedMissing != path;
+        cache.reportedMissing = path;
+      }
+      cache.valid = true;
+      cache.generation = generation;
+      cache.path = path;
+    } catch (const std::exception&) {
+      // Out of memory: keep the previous bundle.
     }
-    cache.valid = true;
-    cache.generation = generation;
-    cache.path = path;
-  } catch (const std::exception&) {
-    // Out of memory: keep the previous bundle.
+    result = cache.bundle;
   }
-  return cache.bundle;
+  if (report) {
+    SVLoggerObjcWrapper::logWarning(
+        "no main bundle at \"" + path +
+            "\": texts stay in English; set NORVIK_MAIN_BUNDLE or Bundle::setMainBundlePath()",
+        __FILE__, __func__, __LINE__);
+  }
+  remembered = Remembered{generation, result};
+  return result;
+}
+
+void Bundle::setMainBundlePath(std::string_view path) {
+  const std::string copy(path);
+  modifyEnvironment([&copy](Environment& environment) { environment.mainBundlePath = copy; });
 }
 
 const std::string& Bundle::bundlePath() const {
@@ -585,3 +606,28 @@ bool Bundle::isValidLocalizationCode(std::string_view code) {
 }
 
 }  // namespace norvik::platform
+
+namespace norvik::detail {
+
+const StringIndex* BundleAccess::table(const platform::Bundle& bundle,
+                                       std::string_view localization, std::string_view table) {
+  if (table.empty()) table = kDefaultTable;
+  if (!isValidFileName(table)) return nullptr;
+  if (!localization.empty() && !platform::Bundle::isValidLocalizationCode(localization)) {
+    return nullptr;
+  }
+  const TableSlot& slot = bundle.impl_->tableSlot(localization, table);
+  return slot.present ? &slot.byKey : nullptr;
+}
+
+std::shared_ptr<platform::Bundle> BundleAccess::empty(const std::string& path) {
+  return std::make_shared<platform::Bundle>(std::make_unique<BundleImpl>(path));
+}
+
+std::optional<std::string> BundleAccess::localizationFor(
+    const platform::Bundle& bundle, const std::vector<std::string>& preferences) {
+  BundleImpl& impl = *bundle.impl_;
+  return impl.index().choose(preferences, impl.developmentRegion());
+}
+
+}  // namespace norvik::detail

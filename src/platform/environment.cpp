@@ -1,5 +1,6 @@
 #include "norvik/platform/environment.h"
 
+#include <dlfcn.h>
 #include <pwd.h>
 #include <sys/utsname.h>
 #include <unicode/locid.h>
@@ -153,6 +154,31 @@ std::string executableDirectory() {
   return exe.parent_path().string();
 }
 
+// The main bundle installed with this library: <prefix>/share/norvik/MainBundle, for the library
+// in <prefix>/lib, <prefix>/lib/<multiarch> or, linked statically, in a program in <prefix>/bin.
+// Empty when there is none.
+std::string mainBundleBesideLibrary() {
+#ifdef NORVIK_INSTALL_DATADIR_REL
+  Dl_info info{};
+  if (dladdr(reinterpret_cast<const void*>(&executableDirectory), &info) == 0 ||
+      info.dli_fname == nullptr) {
+    return {};
+  }
+  std::error_code error;
+  std::filesystem::path dir =
+      std::filesystem::weakly_canonical(std::filesystem::path(info.dli_fname), error).parent_path();
+  for (int up = 0; up < 3 && !dir.empty() && dir != dir.root_path(); ++up) {
+    dir = dir.parent_path();
+    const std::filesystem::path candidate = dir / NORVIK_INSTALL_DATADIR_REL / "MainBundle";
+    if (std::filesystem::is_directory(candidate, error)) return candidate.string();
+  }
+#endif
+  return {};
+}
+
+// NORVIK_MAIN_BUNDLE, else the share directory beside the running program, else the one installed
+// with the library (a program linked against the installed library lives anywhere). When none
+// exists, the path beside the program, which Bundle::main() reports as missing.
 std::string mainBundleFromProcess() {
   std::string path = envVar("NORVIK_MAIN_BUNDLE");
   if (!path.empty()) return path;
@@ -161,6 +187,10 @@ std::string mainBundleFromProcess() {
   if (!dir.empty()) {
     auto candidate =
         std::filesystem::path(dir).parent_path() / NORVIK_INSTALL_DATADIR_REL / "MainBundle";
+    std::error_code error;
+    if (std::filesystem::is_directory(candidate, error))
+      return candidate.lexically_normal().string();
+    if (std::string installed = mainBundleBesideLibrary(); !installed.empty()) return installed;
     return candidate.lexically_normal().string();
   }
 #endif

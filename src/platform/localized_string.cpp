@@ -15,15 +15,13 @@
 
 #include "norvik/platform/bundle.h"
 #include "norvik/platform/environment.h"
+#include "norvik/platform/text_context.h"
 #include "platform/format_access.h"
+#include "platform/language_rules.h"
 #include "platform/localized_lookup.h"
 
 namespace norvik::detail {
 namespace {
-// Written once while the library loads, read by every lookup: atomic, no lock.
-std::atomic<MainBundleLookup> installedLookup{nullptr};
-std::atomic<MainBundleLanguage> installedLanguage{nullptr};
-
 icu::Locale localeOf(std::string_view language) {
   UErrorCode status = U_ZERO_ERROR;
   icu::Locale locale = icu::Locale::forLanguageTag(language, status);
@@ -31,18 +29,37 @@ icu::Locale localeOf(std::string_view language) {
   return locale;
 }
 
-// What the formatting needs to know of one language, built once per language asked for: ICU's
-// plural rules (null when ICU cannot build any) and the direction of its text. Entries are never
-// removed, and a PluralRules object is only read after it is built. Guarded by `mutex`.
-struct LanguageRules {
-  std::unique_ptr<const icu::PluralRules> plural;
-  bool rightToLeft = false;
-};
-
+// Every language's rules, built once per language asked for; entries are never removed. Guarded by
+// `mutex`.
 struct LanguageRulesCache {
   std::mutex mutex;
   std::unordered_map<std::string, std::unique_ptr<const LanguageRules>> languages;
 };
+
+// One of the six category names, as a view that lives as long as the process.
+std::string_view categoryName(const icu::UnicodeString& keyword) {
+  static constexpr std::string_view kNames[] = {"zero", "one", "two", "few", "many"};
+  for (std::string_view name : kNames) {
+    if (keyword ==
+        icu::UnicodeString(name.data(), static_cast<std::int32_t>(name.size()), US_INV)) {
+      return name;
+    }
+  }
+  return "other";
+}
+
+}  // namespace
+
+std::string_view LanguageRules::category(std::int64_t count) const {
+  if (count >= 0 && count < static_cast<std::int64_t>(smallCounts.size())) {
+    return smallCounts[static_cast<std::size_t>(count)];
+  }
+  if (!plural) return "other";
+  if (count >= INT32_MIN && count <= INT32_MAX) {
+    return categoryName(plural->select(static_cast<std::int32_t>(count)));
+  }
+  return categoryName(plural->select(static_cast<double>(count)));
+}
 
 const LanguageRules& languageRules(std::string_view language) {
   static LanguageRulesCache cache;
@@ -55,10 +72,17 @@ const LanguageRules& languageRules(std::string_view language) {
     rules->plural.reset(icu::PluralRules::forLocale(locale, status));
     if (U_FAILURE(status)) rules->plural.reset();
     rules->rightToLeft = !language.empty() && locale.isRightToLeft();
+    for (std::size_t count = 0; count < rules->smallCounts.size(); ++count) {
+      rules->smallCounts[count] =
+          rules->plural ? categoryName(rules->plural->select(static_cast<std::int32_t>(count)))
+                        : std::string_view("other");
+    }
     it = cache.languages.emplace(std::string(language), std::move(rules)).first;
   }
   return *it->second;
 }
+
+namespace {
 
 const icu::PluralRules* pluralRules(std::string_view language) {
   return languageRules(language).plural.get();
@@ -108,87 +132,39 @@ std::optional<std::int64_t> countOf(std::span<const platform::FormatArgument> ar
 constexpr std::string_view kFirstStrongIsolate = "\xE2\x81\xA8";     // U+2068
 constexpr std::string_view kPopDirectionalIsolate = "\xE2\x81\xA9";  // U+2069
 
-// Moves whenever the installed language hook may answer differently.
+// Written once while the library loads (the source) or by a tool (the observer), read by every
+// lookup: atomic, no lock.
+std::atomic<ChosenLanguage> installedChosenLanguage{nullptr};
+std::atomic<LookupObserver> installedObserver{nullptr};
+// Moves whenever the installed language source may answer differently.
 std::atomic<std::uint64_t> lookupGeneration{1};
-
-std::string computeLookupLanguage() {
-  if (auto language = installedLanguage.load(std::memory_order_acquire)) return language();
-  const auto preferred = platform::Bundle::main()->preferredLocalizations();
-  return preferred.empty() ? std::string("en") : preferred.front();
-}
-
-// The lookup language and what was found of its plural variants, kept by each thread while the
-// environment and the language choice stay the same: asking the hook and the bundle costs more
-// than the formatting itself.
-struct ThreadLookupState {
-  std::uint64_t environment = 0;
-  std::uint64_t generation = 0;
-  std::string language;
-  const LanguageRules* rules = nullptr;
-  // table, key and count -> the variant's text, or std::nullopt when the table has none.
-  std::unordered_map<std::string, std::optional<std::string>> variants;
-};
-
-ThreadLookupState& threadLookupState() {
-  thread_local ThreadLookupState state;
-  // Read the counters first: a change made while the language is computed is seen next time.
-  const std::uint64_t environment = platform::environmentGeneration();
-  const std::uint64_t generation = lookupGeneration.load(std::memory_order_acquire);
-  if (state.rules == nullptr || state.environment != environment ||
-      state.generation != generation) {
-    state.language = computeLookupLanguage();
-    state.rules = &languageRules(state.language);
-    state.variants.clear();
-    state.environment = environment;
-    state.generation = generation;
-  }
-  return state;
-}
-
-std::string categoryOf(const LanguageRules& rules, std::int64_t count) {
-  if (!rules.plural) return "other";
-  if (count >= INT32_MIN && count <= INT32_MAX) {
-    return utf8(rules.plural->select(static_cast<std::int32_t>(count)));
-  }
-  return utf8(rules.plural->select(static_cast<double>(count)));
-}
-
-// The variant of `key` for `count` in the lookup language's own table: a variant is never taken
-// from another language.
-std::optional<std::string> pluralVariant(ThreadLookupState& state, std::string_view key,
-                                         std::int64_t count, std::string_view table) {
-  // Kept by count, so that a repeated text costs neither ICU's rules nor the bundle.
-  std::string id;
-  id.reserve(table.size() + key.size() + 2 + sizeof count);
-  id.append(table).append(1, '\x1f').append(key).append(1, '\x1f');
-  id.append(reinterpret_cast<const char*>(&count), sizeof count);
-  if (auto it = state.variants.find(id); it != state.variants.end()) return it->second;
-  std::string variant(key);
-  variant.append(platform::kPluralVariantSeparator).append(categoryOf(*state.rules, count));
-  std::optional<std::string> found =
-      platform::Bundle::main()->localizedString(variant, {}, table, state.language);
-  if (found == variant) found.reset();
-  if (state.variants.size() < 4096) state.variants.emplace(std::move(id), found);
-  return found;
-}
 
 }  // namespace
 
-void setMainBundleLookup(MainBundleLookup lookup) noexcept {
-  installedLookup.store(lookup, std::memory_order_release);
-}
-
-MainBundleLookup mainBundleLookup() noexcept {
-  return installedLookup.load(std::memory_order_acquire);
-}
-
-void setMainBundleLanguage(MainBundleLanguage language) noexcept {
-  installedLanguage.store(language, std::memory_order_release);
+void setChosenLanguageSource(ChosenLanguage source) noexcept {
+  installedChosenLanguage.store(source, std::memory_order_release);
   lookupLanguageChanged();
+}
+
+std::optional<std::string> chosenLanguage() {
+  if (auto source = installedChosenLanguage.load(std::memory_order_acquire)) return source();
+  return std::nullopt;
 }
 
 void lookupLanguageChanged() noexcept {
   lookupGeneration.fetch_add(1, std::memory_order_acq_rel);
+}
+
+std::uint64_t lookupLanguageGeneration() noexcept {
+  return lookupGeneration.load(std::memory_order_acquire);
+}
+
+void setLookupObserver(LookupObserver observer) noexcept {
+  installedObserver.store(observer, std::memory_order_release);
+}
+
+LookupObserver lookupObserver() noexcept {
+  return installedObserver.load(std::memory_order_acquire);
 }
 
 }  // namespace norvik::detail
@@ -197,10 +173,7 @@ namespace norvik::platform {
 
 std::string localizedString(std::string_view key, std::string_view value, std::string_view table) {
   try {
-    if (auto lookup = detail::installedLookup.load(std::memory_order_acquire)) {
-      return lookup(key, value, table);
-    }
-    return Bundle::main()->localizedString(key, value, table);
+    return TextContext::current().localizedString(key, value, table);
   } catch (const std::exception&) {
     return std::string(value.empty() ? key : value);
   }
@@ -212,7 +185,7 @@ std::string specialLocalizedString(std::string_view key) {
 
 std::string lookupLanguage() {
   try {
-    return detail::threadLookupState().language;
+    return TextContext::current().language();
   } catch (const std::exception&) {
     return "en";
   }
@@ -220,7 +193,7 @@ std::string lookupLanguage() {
 
 std::string pluralCategory(std::string_view language, std::int64_t count) {
   try {
-    return detail::categoryOf(detail::languageRules(language), count);
+    return std::string(detail::languageRules(language).category(count));
   } catch (const std::exception&) {
     return "other";
   }
@@ -255,23 +228,24 @@ bool isRightToLeftLanguage(std::string_view language) {
 std::optional<std::string> localizedPluralVariant(std::string_view key, std::int64_t count,
                                                   std::string_view table) {
   try {
-    if (table.empty()) table = "Localizable";
-    return detail::pluralVariant(detail::threadLookupState(), key, count, table);
+    if (auto variant = TextContext::current().pluralVariant(key, count, table)) {
+      return std::string(*variant);
+    }
   } catch (const std::exception&) {
-    return std::nullopt;
   }
+  return std::nullopt;
 }
 
-std::string formatLocalized(std::string_view key, std::string_view table, std::string_view text,
+std::string formatLocalized(const TextContext& context, std::string_view key,
+                            std::string_view table, std::string_view text,
                             std::span<const FormatArgument> args) {
   try {
-    detail::ThreadLookupState& state = detail::threadLookupState();
-    std::optional<std::string> variant;
+    std::optional<std::string_view> variant;
     if (const auto count = detail::countOf(args)) {
-      variant = detail::pluralVariant(state, key, *count, table.empty() ? "Localizable" : table);
+      variant = context.pluralVariant(key, *count, table);
     }
-    const std::string_view format = variant ? std::string_view(*variant) : text;
-    if (!state.rules->rightToLeft) return formatWithFallback(format, key, args);
+    const std::string_view format = variant ? *variant : text;
+    if (!context.isRightToLeft()) return formatWithFallback(format, key, args);
     std::vector<FormatArgument> isolated(args.begin(), args.end());
     for (FormatArgument& argument : isolated) {
       const auto argumentText = detail::textOf(argument);
@@ -284,6 +258,15 @@ std::string formatLocalized(std::string_view key, std::string_view table, std::s
       argument = FormatArgument(std::move(wrapped));
     }
     return formatWithFallback(format, key, std::span<const FormatArgument>(isolated));
+  } catch (const std::exception&) {
+    return std::string(text);
+  }
+}
+
+std::string formatLocalized(std::string_view key, std::string_view table, std::string_view text,
+                            std::span<const FormatArgument> args) {
+  try {
+    return formatLocalized(TextContext::current(), key, table, text, args);
   } catch (const std::exception&) {
     return std::string(text);
   }

@@ -8,11 +8,9 @@
 #include <cstdint>
 #include <exception>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
-#include "language_generation.h"
 #include "norvik/calendar/lunar_display.h"
 #include "norvik/calendar/solar_terms.h"
 #include "norvik/environment/language_environment.h"
@@ -21,6 +19,7 @@
 #include "norvik/platform/format.h"
 #include "norvik/platform/localized_string.h"
 #include "norvik/platform/logger.h"
+#include "norvik/platform/text_context.h"
 #include "norvik/recurrence/repeat_description.h"
 #include "rule_calendar.h"
 
@@ -31,16 +30,6 @@ namespace {
 using platform::Date;
 using Type = NVCalendarDateType;
 using Locale = NVCalendarTextLocale;
-
-std::string lookUp(std::string_view key) {
-  BundleEx::installOnMainBundle();
-  return platform::localizedString(key, "");
-}
-
-std::string lookUpSpecial(std::string_view key) {
-  BundleEx::installOnMainBundle();
-  return platform::localizedString(key, "", kNVSpecialStringTable);
-}
 
 bool is(const NVCalendarDateTypePtr& type, const NVCalendarDateTypePtr& singleton) {
   return type.get() == singleton.get();
@@ -60,11 +49,9 @@ long typeOrdinal(const NVCalendarDateTypePtr& type) {
   return it == all.end() ? -1L : static_cast<long>(it - all.begin());
 }
 
-// The language facts the text locale depends on. Reading them opens the application group's store
-// each time, which costs more than the rest of a day text; they change only with the environment
-// (a new object) or the chosen interface language (announced by
-// NVUserLanguageDidChangeNotification, also for choices made in another process), so they are kept
-// until either changes.
+// The language facts the text locale depends on, read from a context: the chosen interface
+// language when it is one of the supported ones, else the system's first language (as the
+// language predicates of NVLanguageEnvironment answer them).
 struct LanguageFacts {
   bool chinese = false;
   bool traditionalChinese = false;
@@ -73,35 +60,32 @@ struct LanguageFacts {
   bool systemHebrew = false;
   bool english = false;
 
-  static LanguageFacts read() {
-    return {
-        NVLanguageEnvironment::isAppChinese(),   NVLanguageEnvironment::isAppTraditionalChinese(),
-        NVLanguageEnvironment::isAppKorean(),    NVLanguageEnvironment::isAppArabic(),
-        NVLanguageEnvironment::isSystemHebrew(), NVLanguageEnvironment::isAppEnglish()};
+  explicit LanguageFacts(const platform::TextContext& context) {
+    const auto& preferred = context.systemLanguages();
+    const std::string_view system = preferred.empty() ? std::string_view() : preferred.front();
+    auto systemIs = [system](std::initializer_list<std::string_view> prefixes) {
+      return std::any_of(prefixes.begin(), prefixes.end(),
+                         [system](std::string_view prefix) { return system.starts_with(prefix); });
+    };
+    systemHebrew = systemIs({"iw", "he"});
+    const auto& chosen = context.chosenLanguage();
+    const auto supported = NVUserLanguage::supportedLanguages();
+    if (chosen && std::any_of(supported.begin(), supported.end(),
+                              [&](const auto& entry) { return entry.code == *chosen; })) {
+      chinese = *chosen == "zh-Hans" || *chosen == "zh-Hant";
+      traditionalChinese = *chosen == "zh-Hant";
+      korean = *chosen == "ko";
+      arabic = *chosen == "ar";
+      english = *chosen == "en";
+      return;
+    }
+    chinese = systemIs({"zh-"});
+    traditionalChinese = systemIs({"zh-HK", "zh-Hant", "zh-TW"});
+    korean = systemIs({"ko"});
+    arabic = systemIs({"ar"});
+    english = systemIs({"en-"});
   }
 };
-
-LanguageFacts currentLanguageFacts() {
-  // Guarded by `mutex`. The generation is read before the facts, so facts read across a change
-  // are stored under the old generation and read again on the next call.
-  static std::mutex mutex;
-  static std::shared_ptr<const platform::Environment> environment;
-  static std::uint64_t generation = 0;
-  static LanguageFacts facts;
-  BundleEx::installOnMainBundle();
-  const std::uint64_t gen = detail::languageGeneration();
-  auto env = platform::currentEnvironment();
-  {
-    std::lock_guard lock(mutex);
-    if (env == environment && gen == generation) return facts;
-  }
-  const LanguageFacts fresh = LanguageFacts::read();
-  std::lock_guard lock(mutex);
-  environment = std::move(env);
-  generation = gen;
-  facts = fresh;
-  return fresh;
-}
 
 // Forwards the calendar module's own reports to the library's logger.
 class ForwardingLogger final : public KMALogger {
@@ -176,62 +160,72 @@ Titles titlesOfRule(const SVRecurrenceRule& rule) {
 }
 
 // The day text of a monthly rule: the one day it names, else the day of `date`.
-std::string monthlyDayText(const SVRecurrenceRule& rule, const NVCalendarDateTypePtr& type,
-                           Date date, const std::optional<platform::Calendar>& calendar) {
+std::string monthlyDayText(const platform::TextContext& context, const SVRecurrenceRule& rule,
+                           const NVCalendarDateTypePtr& type, Date date,
+                           const platform::Calendar& calendar) {
   if (rule.byMonthDay.size() == 1) {
     const int v = rule.byMonthDay.front();
-    if (v == -1) return lookUp("the last day");
+    if (v == -1) return std::string(context.lookUp("the last day"));
     if (rule.isLunar()) return convertToChineseDay(v);
     // Only the name of day v is wanted: any year and month that have such a day will do.
-    return Repeat::dayStringInCalendarTypeYear(2025, 1, v, false, calendar, type, false, false)
+    return Repeat::dayStringInCalendarTypeYear(context, 2025, 1, v, false, calendar, type, false,
+                                               false)
         .text;
   }
   if (rule.isLunar()) return displayDayInLunarCalendar(date, calendar);
-  return Repeat::dayStringInCalendarType(date, calendar, type, true, false, false).text;
+  return Repeat::dayStringInCalendarType(context, date, calendar, type, true, false, false).text;
 }
 
 // The month-and-day text of a yearly rule: the month and day it names, in the calendar year of
 // `date`, else the month and day of `date`.
-std::string yearlyDayText(const SVRecurrenceRule& rule, const NVCalendarDateTypePtr& type,
-                          Date date, const std::optional<platform::Calendar>& calendar) {
+std::string yearlyDayText(const platform::TextContext& context, const SVRecurrenceRule& rule,
+                          const NVCalendarDateTypePtr& type, Date date,
+                          const platform::Calendar& calendar) {
   if (rule.byMonth.size() == 1 && rule.byMonthDay.size() == 1) {
     const int m = rule.byMonth.front();
     const int v = rule.byMonthDay.front();
     if (rule.isLunar()) {
-      return convertToChineseMonth(m) + (v == -1 ? lookUp("the last day") : convertToChineseDay(v));
+      return convertToChineseMonth(m) +
+             (v == -1 ? std::string(context.lookUp("the last day")) : convertToChineseDay(v));
     }
     const CalendarDate current = Repeat::dayInCalendarType(date, calendar, type);
-    return Repeat::dayStringInCalendarTypeYear(current.year, m, v, current.leap, calendar, type,
-                                               true, true)
+    return Repeat::dayStringInCalendarTypeYear(context, current.year, m, v, current.leap, calendar,
+                                               type, true, true)
         .text;
   }
   if (rule.isLunar()) return displayMonthDayInLunarCalendar(date, calendar);
-  return Repeat::dayStringInCalendarType(date, calendar, type, true, true, true).text;
+  return Repeat::dayStringInCalendarType(context, date, calendar, type, true, true, true).text;
 }
 
-std::string describeLunarRule(const SVRecurrenceRulePtr& rule, Date date,
-                              const std::optional<platform::Calendar>& calendar) {
-  if (!rule) return lookUp("None");
+std::string describeLunarRule(const platform::TextContext& context, const SVRecurrenceRulePtr& rule,
+                              Date date, const platform::Calendar& calendar) {
+  if (!rule) return std::string(context.lookUp("None"));
   const NVCalendarDateTypePtr& type = detail::calendarTypeOfRule(*rule);
   const int n = rule->interval == 0 ? 1 : rule->interval;
   const bool monthly = rule->frequencyOrdinal == SVRecurrenceRule::monthly;
   const bool yearly = rule->frequencyOrdinal == SVRecurrenceRule::yearly;
-  if (!monthly && !yearly) return lookUp("None");
+  if (!monthly && !yearly) return std::string(context.lookUp("None"));
   if (n > 1) return {};
   const Titles titles = titlesOfRule(*rule);
-  const std::string text = monthly ? monthlyDayText(*rule, type, date, calendar)
-                                   : yearlyDayText(*rule, type, date, calendar);
+  const std::string text = monthly ? monthlyDayText(context, *rule, type, date, calendar)
+                                   : yearlyDayText(context, *rule, type, date, calendar);
   // Every branch yields a text, possibly empty; an empty one keeps its parentheses.
-  const std::string title = lookUp(monthly ? titles.monthly : titles.yearly);
+  const std::string_view title = context.lookUp(monthly ? titles.monthly : titles.yearly);
   const std::string detail =
-      platform::formatLocalized(" (%@)", kNVSpecialStringTable, lookUpSpecial(" (%@)"), text);
+      platform::formatLocalized(context, " (%@)", kNVSpecialStringTable,
+                                context.lookUp(" (%@)", kNVSpecialStringTable), text);
   return platform::format("%@%@", title, detail);
 }
 
 }  // namespace
 
 const NVCalendarTextLocalePtr& Repeat::getCalendarTextLocal(const NVCalendarDateTypePtr& type) {
-  const LanguageFacts language = currentLanguageFacts();
+  return getCalendarTextLocal(platform::TextContext::current(), type);
+}
+
+const NVCalendarTextLocalePtr& Repeat::getCalendarTextLocal(const platform::TextContext& context,
+                                                            const NVCalendarDateTypePtr& type) {
+  const LanguageFacts language(context);
   if (language.chinese) return language.traditionalChinese ? Locale::ZHHK() : Locale::ZHCN();
   if (language.korean) return Locale::KO();
   if (language.arabic) return Locale::AR();
@@ -273,11 +267,19 @@ CalendarDate Repeat::dayInCalendarType(Date date, const std::optional<platform::
 }
 
 CalendarDayText Repeat::dayStringInCalendarTypeYear(
-    int year, int month, int day, bool leap, const std::optional<platform::Calendar>& /*calendar*/,
+    int year, int month, int day, bool leap, const std::optional<platform::Calendar>& calendar,
     const NVCalendarDateTypePtr& type, bool showMonthString, bool monthFirstDayShowMonthString) {
+  return dayStringInCalendarTypeYear(platform::TextContext::current(), year, month, day, leap,
+                                     calendar, type, showMonthString, monthFirstDayShowMonthString);
+}
+
+CalendarDayText Repeat::dayStringInCalendarTypeYear(
+    const platform::TextContext& context, int year, int month, int day, bool leap,
+    const std::optional<platform::Calendar>& /*calendar*/, const NVCalendarDateTypePtr& type,
+    bool showMonthString, bool monthFirstDayShowMonthString) {
   try {
     if (is(type, Type::NONE()) || (year == 0 && month == 0 && day == 0)) return {};
-    const NVCalendarTextLocalePtr& locale = getCalendarTextLocal(type);
+    const NVCalendarTextLocalePtr& locale = getCalendarTextLocal(context, type);
     wireCalendarModuleOnce();
     const std::vector<std::string> texts = KMAOtherCalendar::shared().formatCalendarType(
         rawValueOf(type), year, month, day, leap, locale->rawValue());
@@ -287,7 +289,8 @@ CalendarDayText Repeat::dayStringInCalendarTypeYear(
     result.isFirstDay = day == 1;
     if (showMonthString) {
       result.text =
-          joinMonthAndDay(type, locale, monthText, day == -1 ? lookUp("the last day") : dayText);
+          joinMonthAndDay(type, locale, monthText,
+                          day == -1 ? std::string(context.lookUp("the last day")) : dayText);
     } else {
       result.text = (day == 1 && monthFirstDayShowMonthString) ? monthText : dayText;
     }
@@ -302,19 +305,28 @@ CalendarDayText Repeat::dayStringInCalendarType(Date date,
                                                 const NVCalendarDateTypePtr& type,
                                                 bool isSupportSolarTerm, bool showMonthString,
                                                 bool monthFirstDayShowMonthString) {
+  return dayStringInCalendarType(platform::TextContext::current(), date, calendar, type,
+                                 isSupportSolarTerm, showMonthString, monthFirstDayShowMonthString);
+}
+
+CalendarDayText Repeat::dayStringInCalendarType(const platform::TextContext& context, Date date,
+                                                const std::optional<platform::Calendar>& calendar,
+                                                const NVCalendarDateTypePtr& type,
+                                                bool isSupportSolarTerm, bool showMonthString,
+                                                bool monthFirstDayShowMonthString) {
   try {
     if (is(type, Type::NONE())) return {};
     const CalendarDate converted = dayInCalendarType(date, calendar, type);
     if (converted.year == 0 && converted.month == 0 && converted.day == 0) return {};
     if (is(type, Type::LUNAR()) && isSupportSolarTerm) {
-      const NVCalendarTextLocalePtr& locale = getCalendarTextLocal(type);
+      const NVCalendarTextLocalePtr& locale = getCalendarTextLocal(context, type);
       if (locale.get() == Locale::ZHCN().get() || locale.get() == Locale::ZHHK().get()) {
         if (auto term = NVSolarTermsManager::sharedManager().solarTermByDate(date, std::nullopt)) {
           return {false, std::move(*term)};
         }
       }
     }
-    return dayStringInCalendarTypeYear(converted.year, converted.month, converted.day,
+    return dayStringInCalendarTypeYear(context, converted.year, converted.month, converted.day,
                                        converted.leap, calendar, type, showMonthString,
                                        monthFirstDayShowMonthString);
   } catch (const std::exception&) {
@@ -324,8 +336,14 @@ CalendarDayText Repeat::dayStringInCalendarType(Date date,
 
 std::string Repeat::repeatDescriptionWithLunarRRule(
     const SVRecurrenceRulePtr& rule, Date date, const std::optional<platform::Calendar>& calendar) {
+  return repeatDescriptionWithLunarRRule(platform::TextContext::current(), rule, date, calendar);
+}
+
+std::string Repeat::repeatDescriptionWithLunarRRule(
+    const platform::TextContext& context, const SVRecurrenceRulePtr& rule, Date date,
+    const std::optional<platform::Calendar>& calendar) {
   try {
-    return describeLunarRule(rule, date, calendar);
+    return describeLunarRule(context, rule, date, calendar ? *calendar : context.calendar());
   } catch (const std::exception&) {
     return {};  // out of memory
   }

@@ -275,7 +275,8 @@ TEST_F(BundleTest, MainBundleFollowsEnvironment) {
   }
   EXPECT_EQ(Bundle::main()->bundleIdentifier(), "app.norvik.taskcalendar");
 
-  // A missing directory gives a bundle without resources until the directory appears.
+  // A missing directory gives a bundle without resources; it is looked for again only when the
+  // environment changes (here: the host names the path again once the directory exists).
   env.mainBundlePath = dir_.file("Later.bundle");
   ScopedEnvironment scoped(env);
   auto missing = Bundle::main();
@@ -285,6 +286,8 @@ TEST_F(BundleTest, MainBundleFollowsEnvironment) {
   EXPECT_EQ(missing->localizedString("Inbox", "Eingang?"), "Eingang?");
   EXPECT_FALSE(missing->bundleIdentifier().has_value());
   writeFile(dir_.file("Later.bundle/de.lproj/Localizable.strings"), "\"Inbox\" = \"Eingang\";");
+  EXPECT_EQ(Bundle::main(), missing);
+  Bundle::setMainBundlePath(dir_.file("Later.bundle"));
   EXPECT_EQ(Bundle::main()->localizedString("Inbox"), "Eingang");
 }
 

@@ -299,9 +299,8 @@ KeySet& recorded() {
   return keys;
 }
 
-std::string recordLookup(std::string_view key, std::string_view value, std::string_view table) {
+void recordLookup(std::string_view key, std::string_view table) {
   recorded().emplace(tableName(table), std::string(key));
-  return std::string(value.empty() ? key : value);
 }
 
 // Describes `text` every way the library can: by default and due date, with and without the day
@@ -339,8 +338,8 @@ KeySet recordLibraryKeys() {
     env.appGroupContainerDirectory = container.string();
     env.preferredLanguages = {"en"};
   });
-  const detail::MainBundleLookup previousLookup = detail::mainBundleLookup();
-  detail::setMainBundleLookup(&recordLookup);
+  const detail::LookupObserver previousObserver = detail::lookupObserver();
+  detail::setLookupObserver(&recordLookup);
   recorded().clear();
 
   const platform::Calendar gregorian = platform::Calendar::currentGregorian();
@@ -417,7 +416,7 @@ KeySet recordLibraryKeys() {
        {NVProjectPermissionWrite, NVProjectPermissionComment, NVProjectPermissionRead}) {
     NVProjectPermission{std::string(permission)}.localizedDescription();
   }
-  detail::setMainBundleLookup(previousLookup);
+  detail::setLookupObserver(previousObserver);
   platform::setEnvironment(previous);
   fs::remove_all(container, ignored);
   return recorded();

@@ -22,7 +22,8 @@
 
 namespace norvik::detail {
 class BundleImpl;
-}
+struct BundleAccess;
+}  // namespace norvik::detail
 
 namespace norvik::platform {
 
@@ -36,8 +37,14 @@ class Bundle {
 
   // The bundle at the current environment's mainBundlePath; it changes when the environment does.
   // Never null: when that directory does not exist the bundle has no resources, no info dictionary,
-  // and its localized strings are the given values or keys.
+  // and its localized strings are the given values or keys. The directory is looked for once per
+  // environment, and a missing one is reported once in the log (a warning naming the path).
   static std::shared_ptr<Bundle> main();
+
+  // Makes `path` the main bundle's directory from now on (the environment's mainBundlePath), for a
+  // host that keeps its translations elsewhere than NORVIK_MAIN_BUNDLE or the installed share
+  // directory.
+  static void setMainBundlePath(std::string_view path);
 
   // The absolute path of the bundle's directory (canonical, for bundles made by atPath).
   const std::string& bundlePath() const;
@@ -113,6 +120,7 @@ class Bundle {
   explicit Bundle(std::unique_ptr<detail::BundleImpl> impl);
 
  private:
+  friend struct detail::BundleAccess;
   std::unique_ptr<detail::BundleImpl> impl_;
 };
 

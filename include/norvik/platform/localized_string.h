@@ -3,8 +3,10 @@
 //
 // Every module that shows text calls localizedString() instead of asking Bundle::main() itself, so
 // that all of them follow the interface language the user chose in the application (the environment
-// layer installs that rule when the library is loaded): the chosen language's table, else the
-// system's choice of localization, else English.
+// layer tells the platform that choice when the library is loaded): the chosen language's table,
+// else the system's choice of localization, else English. The functions here use
+// TextContext::current(); TextContext (text_context.h) has the same lookups for a context of any
+// language, and formatLocalized() has a form that takes one.
 
 #include <cstdint>
 #include <optional>
@@ -14,6 +16,7 @@
 #include <vector>
 
 #include "norvik/platform/format.h"
+#include "norvik/platform/text_context.h"
 
 namespace norvik {
 
@@ -67,6 +70,19 @@ std::optional<std::string> localizedPluralVariant(std::string_view key, std::int
 // ISOLATE so that they keep their own order; left-to-right languages get no direction marks.
 std::string formatLocalized(std::string_view key, std::string_view table, std::string_view text,
                             std::span<const FormatArgument> args);
+
+// The same in `context`: its lookup language's plural variants and direction.
+std::string formatLocalized(const TextContext& context, std::string_view key,
+                            std::string_view table, std::string_view text,
+                            std::span<const FormatArgument> args);
+
+template <class... A>
+requires(std::constructible_from<FormatArgument, const A&>&&...) std::string
+    formatLocalized(const TextContext& context, std::string_view key, std::string_view table,
+                    std::string_view text, const A&... args) {
+  const std::array<FormatArgument, sizeof...(A)> list{FormatArgument(args)...};
+  return formatLocalized(context, key, table, text, std::span<const FormatArgument>(list));
+}
 
 template <class... A>
 requires(std::constructible_from<FormatArgument, const A&>&&...) std::string

@@ -2,9 +2,11 @@
 // One-line texts for recurrence rules: "Every day", "Every 2 weeks on Mon, Wed", "Monthly (the 15th
 // day)", "Yearly on Mar 5", "Ebbinghaus Curve, 3rd", "3 days after completion".
 //
-// Every English text is a key looked up in the user's interface language (the library's localized
-// lookup); weekday names and the month-and-day texts come from ICU in that language. The functions
-// keep no state but cached formatters and may be called from any thread.
+// Every English text is a key looked up in the interface language of a text context; weekday names
+// and the month-and-day texts come from ICU in the context's locale, relative dates are read in its
+// calendar and time zone. Each function has a form taking a platform::TextContext and a form
+// without one, which uses TextContext::current() (the process-wide choice). One text is made from
+// one context from start to end; no lock is taken, and any thread may call any of them.
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,6 +16,7 @@
 #include "norvik/calendar/other_calendar.h"
 #include "norvik/platform/calendar.h"
 #include "norvik/platform/date.h"
+#include "norvik/platform/text_context.h"
 #include "norvik/recurrence/recurrence_rule.h"
 
 namespace norvik {
@@ -42,6 +45,11 @@ struct Repeat {
   static std::string repeatDescriptionWithRRuleByDefaultOrDueDate(
       const SVRecurrenceRulePtr& rule, std::optional<std::string_view> from, bool isNeedShowCount,
       std::optional<platform::Date> relativeDate, bool isNeedReminderDateInfo);
+  // The same in `context`.
+  static std::string repeatDescriptionWithRRuleByDefaultOrDueDate(
+      const platform::TextContext& context, const SVRecurrenceRulePtr& rule,
+      std::optional<std::string_view> from, bool isNeedShowCount,
+      std::optional<platform::Date> relativeDate, bool isNeedReminderDateInfo);
   // The same with show-count false and reminder-date-info true: the show-count flag given here is
   // ignored on purpose.
   static std::string repeatDescriptionWithRRuleByDefaultOrDueDate(
@@ -59,9 +67,14 @@ struct Repeat {
   // The period of `rule`: "3 days", "1 week", "2 months", "1 year". The empty string for a null
   // rule or a frequency other than daily to yearly.
   static std::string intervalDescriptionWithRRule(const SVRecurrenceRulePtr& rule);
+  static std::string intervalDescriptionWithRRule(const platform::TextContext& context,
+                                                  const SVRecurrenceRulePtr& rule);
   // "<period> after completion" (simplified) or the full sentence "The next occurrence will appear
   // <period> after completion of current occurrence."; the localized "None" for a null rule.
   static std::string repeatDescriptionWithRRuleByCompletedTime(const SVRecurrenceRulePtr& rule,
+                                                               bool simplified);
+  static std::string repeatDescriptionWithRRuleByCompletedTime(const platform::TextContext& context,
+                                                               const SVRecurrenceRulePtr& rule,
                                                                bool simplified);
 
   // ---- Rules and days on the other calendars ---------------------------------------------------
@@ -78,6 +91,9 @@ struct Repeat {
   // Hebrew (IW); for HIJRI and HEBCAL, EN when the interface language is English, else AR; for
   // PERSIAN, EN or else FA; EN for everything else.
   static const NVCalendarTextLocalePtr& getCalendarTextLocal(const NVCalendarDateTypePtr& type);
+  // The same for the languages of `context` (its chosen language, else its system languages).
+  static const NVCalendarTextLocalePtr& getCalendarTextLocal(const platform::TextContext& context,
+                                                             const NVCalendarDateTypePtr& type);
 
   // The date of `date`'s day (read in `calendar`) in the calendar of `type`: year, month, day and
   // leap flag, numbered as in other_calendar.h. {0, 0, 0, false} for NONE, a date whose month or
@@ -98,11 +114,21 @@ struct Repeat {
   static CalendarDayText dayStringInCalendarTypeYear(
       int year, int month, int day, bool leap, const std::optional<platform::Calendar>& calendar,
       const NVCalendarDateTypePtr& type, bool showMonthString, bool monthFirstDayShowMonthString);
+  static CalendarDayText dayStringInCalendarTypeYear(
+      const platform::TextContext& context, int year, int month, int day, bool leap,
+      const std::optional<platform::Calendar>& calendar, const NVCalendarDateTypePtr& type,
+      bool showMonthString, bool monthFirstDayShowMonthString);
 
   // The text of `date`'s day in the calendar of `type`, as dayStringInCalendarTypeYear gives it
   // for the converted date. For LUNAR with `isSupportSolarTerm` and a Chinese text locale, the
   // day's solar term ({false, "清明"}) when it is one. {false, ""} for NONE and failed conversions.
   static CalendarDayText dayStringInCalendarType(platform::Date date,
+                                                 const std::optional<platform::Calendar>& calendar,
+                                                 const NVCalendarDateTypePtr& type,
+                                                 bool isSupportSolarTerm, bool showMonthString,
+                                                 bool monthFirstDayShowMonthString);
+  static CalendarDayText dayStringInCalendarType(const platform::TextContext& context,
+                                                 platform::Date date,
                                                  const std::optional<platform::Calendar>& calendar,
                                                  const NVCalendarDateTypePtr& type,
                                                  bool isSupportSolarTerm, bool showMonthString,
@@ -117,6 +143,10 @@ struct Repeat {
   // ("Lunar Monthly ()").
   static std::string repeatDescriptionWithLunarRRule(
       const SVRecurrenceRulePtr& rule, platform::Date date,
+      const std::optional<platform::Calendar>& calendar = std::nullopt);
+  // The same in `context`; an absent calendar means the context's calendar.
+  static std::string repeatDescriptionWithLunarRRule(
+      const platform::TextContext& context, const SVRecurrenceRulePtr& rule, platform::Date date,
       const std::optional<platform::Calendar>& calendar = std::nullopt);
 };
 
