@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
 #include <limits>
-#include <map>
 #include <numeric>
+#include <span>
 
 #include "calendar/calendar_days.h"
 #include "norvik/calendar/other_calendar.h"
@@ -174,11 +175,27 @@ struct MonthSpan {
   int length = 0;
 };
 
+// The months of one year, kept in place (a year has at most 13).
+class MonthList {
+ public:
+  void push_back(const MonthSpan& m) { items_[count_++] = m; }
+  std::size_t size() const { return count_; }
+  bool empty() const { return count_ == 0; }
+  const MonthSpan* begin() const { return items_; }
+  const MonthSpan* end() const { return items_ + count_; }
+  const MonthSpan& front() const { return items_[0]; }
+  const MonthSpan& operator[](std::size_t i) const { return items_[i]; }
+
+ private:
+  MonthSpan items_[13];
+  std::size_t count_ = 0;
+};
+
 struct YearSpan {
   int year = 0;
   CivilDay first = 0;
   int length = 0;
-  std::vector<MonthSpan> months;
+  MonthList months;
   const MonthSpan* monthOf(CivilDay day) const {
     for (const MonthSpan& m : months) {
       if (day >= m.first && day < m.first + m.length) return &m;
@@ -194,11 +211,16 @@ class YearCache {
       : cal_(calendar), gregorian_(&calendar == &gregorianCalendar()) {}
 
   const YearSpan* year(int y) {
-    if (const auto it = years_.find(y); it != years_.end())
-      return it->second ? &*it->second : nullptr;
-    auto& slot = years_[y];
-    slot = compute(y);
-    return slot ? &*slot : nullptr;
+    // Searches move forward through the years: the one wanted is nearly always among the last.
+    for (std::size_t i = count_; i-- > 0;) {
+      Entry& e = entry(i);
+      if (e.year == y) return e.valid ? &e.span : nullptr;
+    }
+    if (count_ >= kInline) overflow_.emplace_back();
+    Entry& e = entry(count_++);
+    e.year = y;
+    e.valid = compute(y, e.span);
+    return e.valid ? &e.span : nullptr;
   }
 
   // The year holding a civil day; nullptr outside the calendar's range.
@@ -216,8 +238,7 @@ class YearCache {
   }
 
  private:
-  std::optional<YearSpan> compute(int y) const {
-    YearSpan span;
+  bool compute(int y, YearSpan& span) const {
     span.year = y;
     if (gregorian_) {
       span.first = civilDayFromGregorian(y, 1, 1);
@@ -228,27 +249,33 @@ class YearCache {
         first += length;
       }
       span.length = static_cast<int>(first - span.first);
-      return span;
+      return true;
     }
-    const std::vector<CalendarMonth> months = cal_.monthsOfYear(y);
-    if (months.empty()) return std::nullopt;
-    const auto first = cal_.civilDayOfDate({y, months.front().month, 1, months.front().leap});
-    if (!first) return std::nullopt;
-    span.first = *first;
-    CivilDay day = *first;
-    for (const CalendarMonth& m : months) {
-      const int length = cal_.daysInMonth(y, m.month, m.leap);
-      if (length <= 0) return std::nullopt;
-      span.months.push_back({m, day, length});
-      day += length;
+    const std::optional<CalendarYearLayout> layout = cal_.yearLayout(y);
+    if (!layout || layout->count > 13) return false;
+    span.first = layout->firstDay;
+    CivilDay day = layout->firstDay;
+    for (int i = 0; i < layout->count; ++i) {
+      span.months.push_back({layout->months[i], day, layout->lengths[i]});
+      day += layout->lengths[i];
     }
     span.length = static_cast<int>(day - span.first);
-    return span;
+    return true;
   }
 
   const AlternativeCalendar& cal_;
   bool gregorian_;
-  std::map<int, std::optional<YearSpan>> years_;
+  struct Entry {
+    int year = 0;
+    bool valid = false;
+    YearSpan span;
+  };
+  Entry& entry(std::size_t i) { return i < kInline ? inline_[i] : overflow_[i - kInline]; }
+  // The first years live in place; a long search spills into a deque, which keeps them in place.
+  static constexpr std::size_t kInline = 4;
+  Entry inline_[kInline];
+  std::deque<Entry> overflow_;
+  std::size_t count_ = 0;
   const YearSpan* last_ = nullptr;
 };
 
@@ -338,6 +365,7 @@ class Expansion {
                  : OrdinalScope::none;
     needsDate_ = !byMonth_.empty() || !byMonthDay_.empty() || !byYearDay_.empty() ||
                  !byWeekNo_.empty() || hasOrdinal_;
+    if (namesOnlyMissingDays()) return false;
 
     // Times: each field the period expands takes its list, or the start's value.
     const auto startSecond = static_cast<int>(std::floor(out_.timeOfDay()));
@@ -349,9 +377,10 @@ class Expansion {
     // A floating time has no leap second: second 60 names nothing.
     std::erase(seconds_, 60);
     if (!rule_.bySecond.empty() && seconds_.empty()) return false;
-    const std::vector<int> hs = hours_.empty() ? std::vector<int>{h0} : hours_;
-    const std::vector<int> ms = minutes_.empty() ? std::vector<int>{m0} : minutes_;
-    const std::vector<int> ss = seconds_.empty() ? std::vector<int>{s0} : seconds_;
+    const int oneHour[] = {h0}, oneMinute[] = {m0}, oneSecond[] = {s0};
+    const std::span<const int> hs = hours_.empty() ? std::span<const int>(oneHour) : hours_;
+    const std::span<const int> ms = minutes_.empty() ? std::span<const int>(oneMinute) : minutes_;
+    const std::span<const int> ss = seconds_.empty() ? std::span<const int>(oneSecond) : seconds_;
     if (freq_ >= SVRecurrenceRule::daily) {
       for (int h : hs)
         for (int m : ms)
@@ -360,7 +389,7 @@ class Expansion {
       for (int m : ms)
         for (int s : ss) offsets_.push_back(m * 60 + s);
     } else if (freq_ == SVRecurrenceRule::minutely) {
-      offsets_ = ss;
+      offsets_.assign(ss.begin(), ss.end());
     } else {
       offsets_ = {0};
     }
@@ -368,6 +397,35 @@ class Expansion {
     bySetPos_ = rule_.bySetPos;
     if (hook_ && hook_->lastKnownDay) out_.limitBoundDay(*hook_->lastKnownDay);
     return freq_ >= SVRecurrenceRule::daily || subDailyReachable();
+  }
+
+  // Whether the months or month days the rule names exist in no year of its calendar (the 31st of
+  // a lunar month, a month 13 outside the Hebrew calendar's numbering). Such a rule would read
+  // every year up to the search bound, and far years of some calendars are slow to compute.
+  bool namesOnlyMissingDays() {
+    const YearSpan* year = years_.year(start_.year);
+    if (!year) return false;
+    if (!byMonth_.empty() && std::none_of(byMonth_.begin(), byMonth_.end(), [&](auto m) {
+          return m.leap || std::any_of(year->months.begin(), year->months.end(),
+                                       [&](const MonthSpan& s) { return s.month == m; });
+        })) {
+      return true;
+    }
+    // SKIP moves missing days of monthly and yearly rules elsewhere; every month has 28 days.
+    if (byMonthDay_.empty() ||
+        std::any_of(byMonthDay_.begin(), byMonthDay_.end(),
+                    [](int v) { return std::abs(v) <= 28; }) ||
+        (skip_ != SVRecurrenceSkip::omit && freq_ >= SVRecurrenceRule::monthly)) {
+      return false;
+    }
+    int longest = 0;
+    for (int y = start_.year; y <= start_.year + 2; ++y) {
+      if (const YearSpan* span = years_.year(y)) {
+        for (const MonthSpan& m : span->months) longest = std::max(longest, m.length);
+      }
+    }
+    return std::all_of(byMonthDay_.begin(), byMonthDay_.end(),
+                       [&](int v) { return std::abs(v) > longest; });
   }
 
   // ---- Days
@@ -612,10 +670,9 @@ class Expansion {
     }
   }
 
-  // The calendar year of the search bound (a year past the calendar's range counts as far off).
+  // A year no search reaches: every calendar year here has at least 353 days.
   std::int64_t yearOfBound() const {
-    if (const auto d = cal_.dateOfCivilDay(out_.boundDay())) return d->year;
-    return start_.year + 2 * static_cast<std::int64_t>(SVRecurrenceAssistant::kMaxSearchYears);
+    return start_.year + (out_.boundDay() - out_.startDay()) / 353 + 2;
   }
 
   void monthly() {
