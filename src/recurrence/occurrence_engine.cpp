@@ -522,11 +522,15 @@ class Expansion {
         } else if (skipping && v > month.length && skip_ != SVRecurrenceSkip::omit) {
           day = skip_ == SVRecurrenceSkip::backward ? month.first + month.length - 1
                                                     : month.first + month.length;
+        } else if (skipping && v < 0 && skip_ != SVRecurrenceSkip::omit) {
+          // A day counted back past the month's first day: the month's first day (FORWARD) or
+          // the previous month's last (BACKWARD).
+          day = skip_ == SVRecurrenceSkip::backward ? month.first - 1 : month.first;
         } else {
           continue;
         }
-        // A day moved forward into the next month is read in that month.
-        if (day >= month.first + month.length) {
+        // A day moved into the next or the previous month is read in that month.
+        if (day < month.first || day >= month.first + month.length) {
           const YearSpan* y = years_.yearOf(day);
           const MonthSpan* m = y ? y->monthOf(day) : nullptr;
           if (m && passesRest(day, *y, *m)) days.push_back(day);
@@ -666,7 +670,26 @@ class Expansion {
           }
         }
       }
+      appendSkippedYearDays(*span);
       if (!emitDays(days_)) return;
+    }
+  }
+
+  // Days of the year a year lacks (day 366, or -366, of a common year) follow SKIP in a yearly
+  // rule that names nothing but BYYEARDAY: FORWARD gives the next year's first day (or this
+  // year's first for -366), BACKWARD this year's last day (or the previous year's last).
+  void appendSkippedYearDays(const YearSpan& span) {
+    if (skip_ == SVRecurrenceSkip::omit || byYearDay_.empty() || !byMonthDay_.empty() ||
+        !byDay_.empty() || !byWeekNo_.empty() || !rule_.byMonth.empty()) {
+      return;
+    }
+    const bool forward = skip_ == SVRecurrenceSkip::forward;
+    for (int v : byYearDay_) {
+      if (v > span.length) {
+        days_.push_back(forward ? span.first + span.length : span.first + span.length - 1);
+      } else if (v < -span.length) {
+        days_.push_back(forward ? span.first : span.first - 1);
+      }
     }
   }
 

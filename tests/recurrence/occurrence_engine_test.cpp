@@ -143,6 +143,13 @@ TEST(OccurrenceEngine, OtherCalendarsTakeEveryPart) {
       {"RSCALE=HEBREW;FREQ=YEARLY;BYYEARDAY=1;COUNT=2",
        utc(2024, 1, 1, 8),
        {"2024-10-03 08:00:00", "2025-09-23 08:00:00"}},
+      // SKIP also moves days counted back past a month's first day, and days a year lacks.
+      {"RSCALE=GREGORIAN;FREQ=MONTHLY;BYMONTHDAY=-31;SKIP=BACKWARD;COUNT=3",
+       utc(2015, 1, 1),
+       {"2015-01-01 00:00:00", "2015-01-31 00:00:00", "2015-03-01 00:00:00"}},
+      {"RSCALE=GREGORIAN;FREQ=YEARLY;BYYEARDAY=366;SKIP=FORWARD;COUNT=2",
+       utc(2012, 12, 31, 12),
+       {"2012-12-31 12:00:00", "2014-01-01 12:00:00"}},
       {"RSCALE=CHINESE;FREQ=HOURLY;INTERVAL=12;BYMONTH=1;BYMONTHDAY=1;COUNT=2",
        utc(2025, 1, 1, 8),
        {"2025-01-29 08:00:00", "2025-01-29 20:00:00"}},
