@@ -117,6 +117,9 @@ bool OccurrenceCollector::offerLocal(double local) {
     return false;
   }
   const Date instant = instantOfLocal(zone_, local);
+  // A wall-clock time in a spring-forward gap moves onto the next hour's instant: one occurrence.
+  if (lastInstant_ && instant <= *lastInstant_) return true;
+  lastInstant_ = instant;
   if ((untilDay_ && day > *untilDay_) || (untilInstant_ && instant > *untilInstant_)) {
     done_ = true;
     return false;

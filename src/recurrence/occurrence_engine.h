@@ -56,7 +56,8 @@ class OccurrenceCollector {
   // SVRecurrenceAssistant::kMaxCandidates steps.
   bool step();
   // Offers the occurrence at the wall-clock time `local`; returns whether the search goes on.
-  // Times before the start, or not after the last one offered, are passed over.
+  // Times before the start, or not after the last one offered (as wall-clock times or as
+  // instants), are passed over.
   bool offerLocal(double local);
 
  private:
@@ -73,6 +74,7 @@ class OccurrenceCollector {
   std::optional<platform::Date> untilInstant_;
   CivilDay boundDay_ = 0;
   std::optional<double> lastLocal_;
+  std::optional<platform::Date> lastInstant_;
   std::int64_t counted_ = 0;
   std::size_t candidates_ = 0;
   std::size_t steps_ = 0;

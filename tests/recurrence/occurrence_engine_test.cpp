@@ -156,6 +156,21 @@ TEST(OccurrenceEngine, OtherCalendarsTakeEveryPart) {
   });
 }
 
+// A wall-clock hour that a spring-forward change skips lands on the next hour: one occurrence.
+TEST(OccurrenceEngine, SubDailyRulesAcrossASpringForwardGap) {
+  SVSimpleRecurringObject object;
+  object.setStartDate(utc(2024, 3, 31, 0));  // 01:00 in Berlin
+  object.setRuleString("FREQ=HOURLY;COUNT=4");
+  object.setTimeZoneIdentifier("Europe/Berlin");
+  Texts got;
+  for (Date d : SVRecurrenceAssistant::occurrenceDatesForRecurringObject(
+           object, utc(2024, 3, 31, 0), 10, true)) {
+    got.push_back(text(d));
+  }
+  EXPECT_EQ(got, (Texts{"2024-03-31 00:00:00", "2024-03-31 01:00:00", "2024-03-31 02:00:00",
+                        "2024-03-31 03:00:00"}));
+}
+
 // The seam extensions plug into: a DAILY rule limited by a day predicate with an end to its data.
 TEST(OccurrenceEngine, DayHookLimitsAndEndsTheSearch) {
   const auto rule = SVRecurrenceRule::ruleWithIcalString("FREQ=DAILY");
