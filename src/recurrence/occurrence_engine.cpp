@@ -398,13 +398,23 @@ class Expansion {
     }
     std::sort(offsets_.begin(), offsets_.end());
     bySetPos_ = rule_.bySetPos;
+    // A daily or shorter period always holds the same number of times: BYSETPOS beyond it picks
+    // nothing, ever.
+    const auto size = static_cast<int>(offsets_.size());
+    if (freq_ <= SVRecurrenceRule::daily && !bySetPos_.empty() &&
+        std::none_of(bySetPos_.begin(), bySetPos_.end(),
+                     [size](int p) { return p != 0 && std::abs(p) <= size; })) {
+      return false;
+    }
     if (hook_ && hook_->lastKnownDay) out_.limitBoundDay(*hook_->lastKnownDay);
     return freq_ >= SVRecurrenceRule::daily || subDailyReachable();
   }
 
   // Whether the months or month days the rule names exist in no year of its calendar (the 31st of
-  // a lunar month, a month 13 outside the Hebrew calendar's numbering). Such a rule would read
-  // every year up to the search bound, and far years of some calendars are slow to compute.
+  // a lunar month or of February, a month 13 outside the Hebrew calendar's numbering). Month
+  // lengths are read from five years, which hold every length a month of these calendars has. Such
+  // a rule would read every year up to the search bound, and far years of some calendars are slow
+  // to compute.
   bool namesOnlyMissingDays() {
     const YearSpan* year = years_.year(start_.year);
     if (!year) return false;
@@ -422,11 +432,15 @@ class Expansion {
       return false;
     }
     int longest = 0;
-    for (int y = start_.year; y <= start_.year + 2; ++y) {
+    for (int y = start_.year; y <= start_.year + 4; ++y) {
       if (const YearSpan* span = years_.year(y)) {
-        for (const MonthSpan& m : span->months) longest = std::max(longest, m.length);
+        for (const MonthSpan& m : span->months) {
+          if (monthListed(m.month)) longest = std::max(longest, m.length);
+        }
       }
     }
+    // A listed leap month none of these years has: its length is not known here.
+    if (longest == 0) return false;
     return std::all_of(byMonthDay_.begin(), byMonthDay_.end(),
                        [&](int v) { return std::abs(v) > longest; });
   }
@@ -564,6 +578,51 @@ class Expansion {
     return !hook_ || !hook_->allows || hook_->allows(day);
   }
 
+  // The days of a year that pass all day parts, ascending, into allowed_. Days of the year and
+  // week numbers name their few candidates directly; otherwise each listed month is read.
+  void listAllowedDays(const YearSpan& year) {
+    allowed_.clear();
+    if (!byMonthDay_.empty() || (byYearDay_.empty() && byWeekNo_.empty())) {
+      for (const MonthSpan& m : year.months) {
+        if (monthListed(m.month)) appendMonthDays(year, m, false, allowed_);
+      }
+      std::sort(allowed_.begin(), allowed_.end());
+      return;
+    }
+    const CivilDay end = year.first + year.length;
+    candidates_.clear();
+    if (!byYearDay_.empty()) {
+      for (int v : byYearDay_) {
+        const int index = v > 0 ? v : year.length + 1 + v;
+        if (index >= 1 && index <= year.length) candidates_.push_back(year.first + index - 1);
+      }
+    } else {
+      // The week's numbers are checked again below; here only where each week may lie, with the
+      // year's first and last days, which may belong to the neighbouring years' weeks.
+      const CivilDay week1 = weekOneStart(year.first);
+      const CivilDay nextWeek1 = weekOneStart(end);
+      auto addRange = [&](CivilDay from, CivilDay to) {
+        for (CivilDay d = std::max(from, year.first); d < std::min(to, end); ++d) {
+          candidates_.push_back(d);
+        }
+      };
+      addRange(year.first, week1);
+      addRange(nextWeek1, end);
+      for (int n : byWeekNo_) {
+        const CivilDay weekStart = n > 0 ? week1 + (n - 1) * 7 : nextWeek1 + n * 7;
+        addRange(weekStart, weekStart + 7);
+      }
+    }
+    for (CivilDay d : candidates_) {
+      const MonthSpan* month = year.monthOf(d);
+      if (month && monthListed(month->month) && passesRest(d, year, *month)) {
+        allowed_.push_back(d);
+      }
+    }
+    std::sort(allowed_.begin(), allowed_.end());
+    allowed_.erase(std::unique(allowed_.begin(), allowed_.end()), allowed_.end());
+  }
+
   // The first day at or after `day` that passes all day parts; std::nullopt when none comes
   // before the search bound.
   std::optional<CivilDay> nextAllowedDay(CivilDay day) {
@@ -579,11 +638,7 @@ class Expansion {
       const YearSpan* year = years_.yearOf(day);
       if (!year) return std::nullopt;
       if (allowedYear_ != year->year || !allowedValid_) {
-        allowed_.clear();
-        for (const MonthSpan& m : year->months) {
-          if (monthListed(m.month)) appendMonthDays(*year, m, false, allowed_);
-        }
-        std::sort(allowed_.begin(), allowed_.end());
+        listAllowedDays(*year);
         allowedYear_ = year->year;
         allowedValid_ = true;
       }
@@ -913,6 +968,7 @@ class Expansion {
   std::vector<std::int64_t> bases_;
   std::vector<std::int64_t> picked_;
   std::vector<CivilDay> allowed_;
+  std::vector<CivilDay> candidates_;
   int allowedYear_ = 0;
   bool allowedValid_ = false;
 };
