@@ -802,15 +802,14 @@ class Expansion {
     const CivilDay week0 = weekStartOf(out_.startDay());
     const CivilDay stride = 7 * static_cast<CivilDay>(interval_);
     CivilDay week = week0;
-    // The first week counts from the start itself (BYSETPOS picks among its days from there).
-    CivilDay first = out_.startDay();
+    // Every week is whole, the start's too: BYSETPOS picks among the days from WKST on, and the
+    // collector drops those before the start.
     if (const auto target = out_.skipTarget(); target && *target - 7 > week) {
       week += (*target - 7 - week) / stride * stride;
-      if (week != week0) first = week;
     }
     while (week <= out_.boundDay() && out_.step()) {
       days_.clear();
-      for (CivilDay day = first; day < week + 7; ++day) {
+      for (CivilDay day = week; day < week + 7; ++day) {
         if (dayAllowed(day)) days_.push_back(day);
       }
       if (!emitDays(days_)) return;
@@ -821,7 +820,7 @@ class Expansion {
         if (!allowed) return;
         next = std::max(next, week0 + ceilDiv(weekStartOf(*allowed) - week0, stride) * stride);
       }
-      week = first = next;
+      week = next;
     }
   }
 

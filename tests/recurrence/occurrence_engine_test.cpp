@@ -98,10 +98,10 @@ TEST(OccurrenceEngine, GregorianRulesReadAsPythonDateutilReadsThem) {
        utc(2021, 1, 1),
        {"2028-12-31 23:59:00", "2036-12-31 23:58:00"}},
       {"FREQ=SECONDLY;INTERVAL=7200;BYMINUTE=30", utc(2024, 1, 1, 9), {}},
-      // The first week counts from the start itself.
-      {"FREQ=WEEKLY;BYDAY=MO,WE,FR;BYSETPOS=-1;COUNT=2",
+      // The start's week is whole: its first day of the set is a Monday before the start.
+      {"FREQ=WEEKLY;BYDAY=MO,WE,FR;BYSETPOS=1,-1;COUNT=3",
        utc(2024, 1, 3, 9),
-       {"2024-01-05 09:00:00", "2024-01-12 09:00:00"}},
+       {"2024-01-05 09:00:00", "2024-01-08 09:00:00", "2024-01-12 09:00:00"}},
       {"FREQ=MONTHLY;BYDAY=MO,TU,WE,TH,FR;BYSETPOS=-2;BYHOUR=9,17;COUNT=2",
        utc(2024, 1, 1),
        {"2024-01-31 09:00:00", "2024-02-29 09:00:00"}},

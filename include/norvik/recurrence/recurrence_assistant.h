@@ -14,7 +14,7 @@
 // means the same on every calendar. Where RFC 5545 is silent or forbids a combination the rule is
 // read as python-dateutil reads it: BYWEEKNO, BYYEARDAY and BYMONTHDAY limit the days in any
 // frequency, an ordinal BYDAY outside MONTHLY and YEARLY counts as the plain weekday, and
-// BYSETPOS in a weekly rule picks within each week, the first counted from the start.
+// BYSETPOS in a weekly rule picks within each whole week from WKST.
 //
 // The application's extensions: a workday rule gives the first or last Monday-to-Friday day of
 // every INTERVAL-th month; a picked-dates rule gives its dates (dates without a time at the start's
