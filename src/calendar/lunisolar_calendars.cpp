@@ -181,8 +181,9 @@ class ChineseCalendar final : public AlternativeCalendar {
       // the way civilDayOfDate reads it.
       const auto layout = table_.yearLayout(year);
       if (layout && inTable(layout->firstDay)) return layout;
+      return AlternativeCalendar::yearLayout(year);
     }
-    return AlternativeCalendar::yearLayout(year);
+    return icu_->yearLayout(year);
   }
 
  private:
