@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <deque>
 #include <limits>
+#include <memory>
 #include <numeric>
 #include <span>
 
@@ -219,7 +219,7 @@ class YearCache {
       Entry& e = entry(i);
       if (e.year == y) return e.valid ? &e.span : nullptr;
     }
-    if (count_ >= kInline) overflow_.emplace_back();
+    if (count_ >= kInline) overflow_.push_back(std::make_unique<Entry>());
     Entry& e = entry(count_++);
     e.year = y;
     e.valid = compute(y, e.span);
@@ -273,11 +273,11 @@ class YearCache {
     bool valid = false;
     YearSpan span;
   };
-  Entry& entry(std::size_t i) { return i < kInline ? inline_[i] : overflow_[i - kInline]; }
-  // The first years live in place; a long search spills into a deque, which keeps them in place.
+  Entry& entry(std::size_t i) { return i < kInline ? inline_[i] : *overflow_[i - kInline]; }
+  // The first years live in place; a long search spills into entries of their own, which stay put.
   static constexpr std::size_t kInline = 4;
   Entry inline_[kInline];
-  std::deque<Entry> overflow_;
+  std::vector<std::unique_ptr<Entry>> overflow_;
   std::size_t count_ = 0;
   const YearSpan* last_ = nullptr;
 };
@@ -295,6 +295,55 @@ std::vector<int> sortedUnique(std::vector<int> values) {
 bool contains(const std::vector<int>& sorted, int value) {
   return std::binary_search(sorted.begin(), sorted.end(), value);
 }
+
+// Buffers a search fills and empties period by period. They are kept per thread, so that once a
+// thread has run a search the next one allocates nothing for them; a search started inside
+// another (from a day hook) gets buffers of its own.
+struct RuleWeekday {
+  int wday;
+  int ordinal;
+};
+
+struct Scratch {
+  std::vector<CivilDay> days, allowed, candidates;
+  std::vector<std::int64_t> bases, picked;
+  // The rule's own lists, as the expansion reads them.
+  std::vector<CalendarMonth> byMonth;
+  std::vector<int> byMonthDay, offsets;
+  std::vector<RuleWeekday> byDay;
+};
+
+class ScratchLease {
+ public:
+  ScratchLease() {
+    thread_local Scratch shared;
+    thread_local bool inUse = false;
+    if (inUse) {
+      own_ = std::make_unique<Scratch>();
+      scratch_ = own_.get();
+    } else {
+      inUse = true;
+      inUse_ = &inUse;
+      scratch_ = &shared;
+      // The rule's lists are filled by appending; the buffers are emptied before each use.
+      shared.byMonth.clear();
+      shared.byMonthDay.clear();
+      shared.offsets.clear();
+      shared.byDay.clear();
+    }
+  }
+  ~ScratchLease() {
+    if (inUse_) *inUse_ = false;
+  }
+  ScratchLease(const ScratchLease&) = delete;
+  ScratchLease& operator=(const ScratchLease&) = delete;
+  Scratch& get() { return *scratch_; }
+
+ private:
+  std::unique_ptr<Scratch> own_;
+  Scratch* scratch_ = nullptr;
+  bool* inUse_ = nullptr;
+};
 
 // ---- The expansion ------------------------------------------------------------------------------
 
@@ -324,10 +373,7 @@ class Expansion {
   }
 
  private:
-  struct Weekday {
-    int wday;
-    int ordinal;
-  };
+  using Weekday = RuleWeekday;
 
   // Reads the rule into the sets the expansion works with, defaults filled in from the start.
   // Returns false when the rule can have no occurrence at all.
@@ -940,6 +986,7 @@ class Expansion {
     }
   }
 
+  ScratchLease lease_;  // first: the buffers below refer into it
   const SVRecurrenceRule& rule_;
   const AlternativeCalendar& cal_;
   YearCache years_;
@@ -951,23 +998,25 @@ class Expansion {
   std::int64_t interval_ = 1;
   SVRecurrenceSkip skip_ = SVRecurrenceSkip::omit;
   int wkst_ = 2;
-  std::vector<CalendarMonth> byMonth_;
-  std::vector<int> byMonthDay_, byYearDay_, byWeekNo_;
-  std::vector<Weekday> byDay_;
+  std::vector<CalendarMonth>& byMonth_ = lease_.get().byMonth;
+  std::vector<int>& byMonthDay_ = lease_.get().byMonthDay;
+  std::vector<int> byYearDay_, byWeekNo_;
+  std::vector<Weekday>& byDay_ = lease_.get().byDay;
   unsigned plainWeekdays_ = 0;  // bit w for a weekday w (1..7) that needs no ordinal
   bool hasOrdinal_ = false;
   OrdinalScope scope_ = OrdinalScope::none;
   bool needsDate_ = false;  // a day part that needs the day's month or year
   std::vector<int> hours_, minutes_, seconds_;
-  std::vector<int> offsets_;  // seconds from the start of a day (or sub-daily period)
-  double fraction_ = 0;       // the start's fraction of a second
+  // Seconds from the start of a day (or of a sub-daily period).
+  std::vector<int>& offsets_ = lease_.get().offsets;
+  double fraction_ = 0;  // the start's fraction of a second
   std::vector<int> bySetPos_;
 
-  std::vector<CivilDay> days_;
-  std::vector<std::int64_t> bases_;
-  std::vector<std::int64_t> picked_;
-  std::vector<CivilDay> allowed_;
-  std::vector<CivilDay> candidates_;
+  std::vector<CivilDay>& days_ = lease_.get().days;
+  std::vector<std::int64_t>& bases_ = lease_.get().bases;
+  std::vector<std::int64_t>& picked_ = lease_.get().picked;
+  std::vector<CivilDay>& allowed_ = lease_.get().allowed;
+  std::vector<CivilDay>& candidates_ = lease_.get().candidates;
   int allowedYear_ = 0;
   bool allowedValid_ = false;
 };
