@@ -1,9 +1,12 @@
-// The first occurrence of typical rules: the library's engine beside libical alone on the same
-// rule, start and search (libical's RSCALE expansion for the Chinese-calendar rule).
+// The first occurrence of typical rules and 100,000 daily occurrences: the library's engine beside
+// libical alone on the same rule, start and search (libical's RSCALE expansion for the
+// Chinese-calendar rule).
 #include <benchmark/benchmark.h>
 #include <libical/ical.h>
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "norvik/calendar/lunisolar.h"
 #include "norvik/recurrence/recurrence_assistant.h"
@@ -28,7 +31,9 @@ const char* const kRules[] = {
     "FREQ=MONTHLY;BYMONTHDAY=-1",
     "FREQ=MONTHLY;BYDAY=-1FR",
     "FREQ=YEARLY;BYMONTH=10;BYMONTHDAY=1",
+    "FREQ=YEARLY;BYMONTH=11;BYDAY=4TH",
 };
+constexpr int kLastRule = 5;
 
 // The first occurrence of a due-date object, as the application asks for it.
 void BM_FirstOccurrence(benchmark::State& state) {
@@ -43,7 +48,7 @@ void BM_FirstOccurrence(benchmark::State& state) {
   }
   state.SetLabel(kRules[state.range(0)]);
 }
-BENCHMARK(BM_FirstOccurrence)->DenseRange(0, 4);
+BENCHMARK(BM_FirstOccurrence)->DenseRange(0, kLastRule);
 
 // libical alone: parse the text, start an iterator a day before the start and read up to the
 // first result at or after the start, in UTC as above.
@@ -71,7 +76,7 @@ void BM_LibicalFirstOccurrence(benchmark::State& state) {
   }
   state.SetLabel(text);
 }
-BENCHMARK(BM_LibicalFirstOccurrence)->DenseRange(0, 4);
+BENCHMARK(BM_LibicalFirstOccurrence)->DenseRange(0, kLastRule);
 
 // Ten occurrences of the same rules from the engine.
 void BM_TenOccurrences(benchmark::State& state) {
@@ -85,7 +90,47 @@ void BM_TenOccurrences(benchmark::State& state) {
   }
   state.SetLabel(kRules[state.range(0)]);
 }
-BENCHMARK(BM_TenOccurrences)->DenseRange(0, 4);
+BENCHMARK(BM_TenOccurrences)->DenseRange(0, kLastRule);
+
+// 100,000 daily occurrences, the engine and libical's iterator (per occurrence: the items count).
+constexpr std::size_t kDailyCount = 100000;
+
+void BM_DailyOccurrences(benchmark::State& state) {
+  SVSimpleRecurringObject object;
+  object.setRuleString("FREQ=DAILY");
+  object.setStartDate(startDate());
+  object.setTimeZoneIdentifier("UTC");
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(SVRecurrenceAssistant::occurrenceDatesForRecurringObject(
+        object, startDate(), kDailyCount, true));
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kDailyCount));
+}
+BENCHMARK(BM_DailyOccurrences)->Unit(benchmark::kMillisecond);
+
+void BM_LibicalDailyOccurrences(benchmark::State& state) {
+  struct icaltimetype start = icaltime_null_time();
+  start.year = kYear;
+  start.month = kMonth;
+  start.day = kDay;
+  start.hour = kHour;
+  start.minute = kMinute;
+  for (auto _ : state) {
+    struct icalrecurrencetype rule = icalrecurrencetype_from_string("FREQ=DAILY");
+    icalrecur_iterator* it = icalrecur_iterator_new(rule, start);
+    std::vector<struct icaltimetype> found;
+    found.reserve(kDailyCount);
+    while (it && found.size() < kDailyCount) {
+      const struct icaltimetype t = icalrecur_iterator_next(it);
+      if (icaltime_is_null_time(t)) break;
+      found.push_back(t);
+    }
+    if (it) icalrecur_iterator_free(it);
+    benchmark::DoNotOptimize(found);
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kDailyCount));
+}
+BENCHMARK(BM_LibicalDailyOccurrences)->Unit(benchmark::kMillisecond);
 
 // The repair of a monthly rule's weekday from a date.
 void BM_RepairRuleString(benchmark::State& state) {

@@ -175,6 +175,16 @@ class ChineseCalendar final : public AlternativeCalendar {
     return tableYear(year) ? table_.daysInMonth(year, month, leap)
                            : icu_->daysInMonth(year, month, leap);
   }
+  std::optional<CalendarYearLayout> yearLayout(int year) const override {
+    if (tableYear(year)) {
+      // A year the table holds only in part (its first days precede the table) is read as a whole
+      // the way civilDayOfDate reads it.
+      const auto layout = table_.yearLayout(year);
+      if (layout && inTable(layout->firstDay)) return layout;
+      return AlternativeCalendar::yearLayout(year);
+    }
+    return icu_->yearLayout(year);
+  }
 
  private:
   bool inTable(CivilDay day) const { return day >= tableFirst_ && day <= tableLast_; }

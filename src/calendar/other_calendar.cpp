@@ -49,6 +49,22 @@ const Registry& registry() {
 
 }  // namespace
 
+std::optional<CalendarYearLayout> AlternativeCalendar::yearLayout(int year) const {
+  const std::vector<CalendarMonth> months = monthsOfYear(year);
+  if (months.empty() || months.size() > 13) return std::nullopt;
+  const auto first = civilDayOfDate({year, months.front().month, 1, months.front().leap});
+  if (!first) return std::nullopt;
+  CalendarYearLayout layout;
+  layout.firstDay = *first;
+  for (const CalendarMonth& m : months) {
+    const int length = daysInMonth(year, m.month, m.leap);
+    if (length <= 0) return std::nullopt;
+    layout.months[layout.count] = m;
+    layout.lengths[layout.count++] = length;
+  }
+  return layout;
+}
+
 const AlternativeCalendar* alternativeCalendar(std::string_view identifier) {
   if (identifier.empty()) return nullptr;
   for (const auto& calendar : registry().calendars) {

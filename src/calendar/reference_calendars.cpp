@@ -59,6 +59,25 @@ class IcuCalendar final : public AlternativeCalendar {
     return months;
   }
 
+  // One walk over the year's months instead of a search per month.
+  std::optional<CalendarYearLayout> yearLayout(int year) const override {
+    std::optional<CivilDay> day = locate(CalendarDate{year, 1, 1, false});
+    if (!day || *day > last_) return std::nullopt;
+    CalendarYearLayout layout;
+    layout.firstDay = *day;
+    while (true) {
+      const std::optional<CalendarDate> date = read(*day);
+      if (!date || date->year != year) break;
+      const std::optional<CivilDay> next = nextMonthStart(*day);
+      if (!next || layout.count == 13) return std::nullopt;
+      layout.months[layout.count] = CalendarMonth{date->month, date->leap};
+      layout.lengths[layout.count++] = static_cast<int>(*next - *day);
+      day = next;
+    }
+    if (layout.count == 0 || *day - 1 < first_) return std::nullopt;
+    return layout;
+  }
+
   int daysInMonth(int year, int month, bool leap) const override {
     const std::optional<CivilDay> start = locate(CalendarDate{year, month, 1, leap});
     if (!start) return 0;
@@ -166,6 +185,19 @@ class EngineCalendar final : public AlternativeCalendar {
       result.push_back(CalendarMonth{months[i].number, months[i].isLeap});
     }
     return result;
+  }
+
+  std::optional<CalendarYearLayout> yearLayout(int year) const override {
+    const std::vector<LunisolarMonth> months = engine_.monthsOfYear(year);
+    if (months.size() < 2 || months.size() > 14) return std::nullopt;
+    CalendarYearLayout layout;
+    layout.firstDay = months.front().startDay;
+    for (std::size_t i = 0; i + 1 < months.size(); ++i) {
+      layout.months[layout.count] = CalendarMonth{months[i].number, months[i].isLeap};
+      layout.lengths[layout.count++] =
+          static_cast<int>(months[i + 1].startDay - months[i].startDay);
+    }
+    return layout;
   }
 
   int daysInMonth(int year, int month, bool leap) const override {

@@ -65,4 +65,19 @@ int YearCalendar::daysInMonth(int year, int month, bool leap) const {
   return 0;
 }
 
+std::optional<CalendarYearLayout> YearCalendar::yearLayout(int year) const {
+  YearLayout l;
+  if (!plausibleYear(year) || !layout(year, l) || !inRange(l) || l.count > 13) {
+    return std::nullopt;
+  }
+  CalendarYearLayout out;
+  out.firstDay = l.newYear;
+  out.count = l.count;
+  for (int i = 0; i < l.count; ++i) {
+    out.months[i] = l.months[i];
+    out.lengths[i] = l.lengths[i];
+  }
+  return out;
+}
+
 }  // namespace norvik::detail

@@ -29,6 +29,7 @@ class YearCalendar : public AlternativeCalendar {
   std::optional<CivilDay> civilDayOfDate(const CalendarDate& date) const override;
   std::vector<CalendarMonth> monthsOfYear(int year) const override;
   int daysInMonth(int year, int month, bool leap) const override;
+  std::optional<CalendarYearLayout> yearLayout(int year) const override;
 
  protected:
   // The first day of a year (any year near the served range).

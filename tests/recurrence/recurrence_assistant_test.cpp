@@ -159,8 +159,7 @@ TEST(GregorianOccurrences, ASearchFromFarAheadKeepsTheIntervalsPhase) {
             15 * 86400.0);
 }
 
-// libical reading the rule's text itself, in UTC: the engine hands libical the parsed model, and
-// must hand over every part as libical would have read it.
+// libical reading the rule's text itself, in UTC: an oracle for the parts libical expands right.
 Texts libicalTexts(const char* rule, int y, int mo, int d, int h, std::size_t limit) {
   struct icaltimetype start = icaltime_null_time();
   start.year = y;
@@ -377,7 +376,7 @@ namespace norvik {
 namespace {
 
 // Expansions from several threads at once, each in its own zone, give what one thread alone gets:
-// the per-thread offset caches and libical's iterators must not leak between callers.
+// the per-thread offset caches must not leak between callers.
 TEST(OccurrencesConcurrency, ThreadsInDifferentZonesAgreeWithOneThread) {
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"Europe/Berlin", "FREQ=DAILY"},

@@ -40,6 +40,14 @@ struct CalendarMonth {
   bool operator==(const CalendarMonth&) const = default;
 };
 
+// One year of a calendar: the civil day it begins on, and its months in order with their lengths.
+struct CalendarYearLayout {
+  CivilDay firstDay = 0;
+  int count = 0;  // months in the year (at most 13)
+  CalendarMonth months[13];
+  int lengths[13] = {};
+};
+
 // The arithmetic of one alternative calendar over civil days (days since 1970-01-01).
 class AlternativeCalendar {
  public:
@@ -55,6 +63,9 @@ class AlternativeCalendar {
   virtual std::vector<CalendarMonth> monthsOfYear(int year) const = 0;
   // The number of days of a month; 0 when the year has no such month.
   virtual int daysInMonth(int year, int month, bool leap) const = 0;
+  // The whole year at once; std::nullopt when the year is out of range or has more than 13
+  // months. The default reads it month by month through the functions above.
+  virtual std::optional<CalendarYearLayout> yearLayout(int year) const;
 };
 
 // The calendar of a type identifier ("lunar", "korean-lunar", "hijri", "hebcal", "shaka",

@@ -6,15 +6,15 @@
 // time that a spring-forward change skips is moved forward by the gap; one that a fall-back
 // change repeats is the earlier of the two instants.
 //
-// Gregorian rules are expanded by libical. Rules on the other calendars (RSCALE CHINESE, DANGI,
-// HEBREW, ISLAMIC-CIVIL, ISLAMIC-TBLA, ISLAMIC-UMALQURA, PERSIAN, INDIAN, and the Vietnamese
-// marker) are expanded here over the library's own calendar arithmetic (other_calendar.h):
-// FREQ DAILY, WEEKLY, MONTHLY and YEARLY with INTERVAL, BYMONTH (leap months "5L"), BYMONTHDAY
-// (negative days count from the month's end), BYDAY, COUNT, UNTIL and SKIP; a day or a leap month
-// a year does not have is omitted (SKIP=OMIT, the default), moved back (BACKWARD: the month's last
-// day, the leap month's namesake) or forward (FORWARD: the next month's first day, the month
-// after the namesake). Such a rule with another part (BYSETPOS, BYYEARDAY, BYWEEKNO, BYHOUR,
-// BYMINUTE, BYSECOND, a sub-daily FREQ) has no occurrences.
+// Every rule is expanded by the library's own engine, on its calendar: Gregorian (no RSCALE or
+// RSCALE=GREGORIAN) or the RSCALE calendars CHINESE, DANGI, HEBREW, ISLAMIC-CIVIL, ISLAMIC-TBLA,
+// ISLAMIC-UMALQURA, PERSIAN, INDIAN and the Vietnamese marker, over the library's calendar
+// arithmetic (other_calendar.h). Every part of RFC 5545 (FREQ SECONDLY to YEARLY, INTERVAL,
+// COUNT, UNTIL, BYSECOND to BYMONTH, BYSETPOS, WKST) and of RFC 7529 (leap months "5L", SKIP)
+// means the same on every calendar. Where RFC 5545 is silent or forbids a combination the rule is
+// read as python-dateutil reads it: BYWEEKNO, BYYEARDAY and BYMONTHDAY limit the days in any
+// frequency, an ordinal BYDAY outside MONTHLY and YEARLY counts as the plain weekday, and
+// BYSETPOS in a weekly rule picks within each whole week from WKST.
 //
 // The application's extensions: a workday rule gives the first or last Monday-to-Friday day of
 // every INTERVAL-th month; a picked-dates rule gives its dates (dates without a time at the start's
@@ -23,10 +23,9 @@
 // application's). docs/RRULE.md explains these choices.
 //
 // Every search is bounded: it ends after kMaxSearchYears years past the later of the start and
-// `from`, or after kMaxCandidates candidate dates, whichever comes first, and returns what it
-// found. A rule that has no occurrence thus gives an empty list, never an endless loop. A
-// Gregorian rule with an INTERVAL above 32767 (libical keeps intervals in 16 bits) gives only the
-// occurrences of its first period.
+// `from`, or after kMaxCandidates steps (periods read or skipped), whichever comes first, and
+// returns what it found. Periods a rule's coarse parts exclude are skipped whole, so a rule that
+// has no occurrence gives an empty list, never an endless loop.
 //
 // No state of its own: callable from any thread.
 #include <cstddef>
