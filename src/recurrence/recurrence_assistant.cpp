@@ -10,6 +10,7 @@
 #include "calendar/calendar_days.h"
 #include "norvik/calendar/other_calendar.h"
 #include "norvik/platform/time_zone.h"
+#include "recurrence/official_day_rule.h"
 #include "recurrence/recurrence_assistant_internal.h"
 #include "recurrence/rule_calendar.h"
 
@@ -283,6 +284,18 @@ void expandWorkdayRule(const SVRecurrenceRule& rule, Collector& out) {
   for (int d = 2; d <= 6; ++d) plain.byDay.emplace_back(0, SVRecurrenceWeekday(d));
   plain.bySetPos = {rule.workday == SVRecurrenceWorkday::first ? 1 : -1};
   expandWithLibical(plain, out);
+}
+
+// Official working days or holidays at the start's time of day. Which days they are is decided
+// by official_day_rule.h; this only walks them (from the search cut when nothing is counted).
+void expandOfficialDayRule(const SVRecurrenceRule& rule, Collector& out) {
+  const NVOfficialCalendar::Table& table = NVOfficialCalendar::current();
+  CivilDay day = std::max(out.startDay(), out.skipTarget().value_or(out.startDay()));
+  while (const std::optional<CivilDay> next =
+             detail::nextOfficialRuleDay(rule.officialDay, table, day, out.boundDay())) {
+    if (!out.offerDay(*next)) break;
+    day = *next + 1;
+  }
 }
 
 // Picked dates, in order; a date without a time falls at the start's time of day.
@@ -610,8 +623,10 @@ std::vector<Date> detail::occurrenceDatesOfRule(const SVRecurrenceRule& rule,
   Collector out(rule, *zone, localSecondsOf(*zone, *start), from, limit, includingFirst);
   if (rule.isSpecificDate()) {
     expandPickedDates(rule, *zone, out);
-  } else if (rule.isEbbinghaus() || rule.officialDay != SVRecurrenceOfficialDay::none) {
+  } else if (rule.isEbbinghaus()) {
     return {};
+  } else if (rule.officialDay != SVRecurrenceOfficialDay::none) {
+    expandOfficialDayRule(rule, out);
   } else if (!isGregorian(rule)) {
     if (const AlternativeCalendar* calendar = calendarOfRule(rule)) {
       CalendarExpansion(rule, *calendar, out).run();
