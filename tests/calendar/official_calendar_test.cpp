@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <filesystem>
@@ -218,6 +219,33 @@ TEST_F(OverrideFile, AMalformedFileIsLoggedOnceAndIgnored) {
   EXPECT_NE(lines[0].find(path_), std::string::npos) << lines[0];
   EXPECT_EQ(describe(2026, 10, 8), "ordinaryWorkingDay");  // the built-in data holds
   EXPECT_EQ(describe(2026, 2, 14), "adjustedWorkingDay 春节");
+}
+
+class OfficialCalendarConcurrency : public OverrideFile {};
+
+// Readers see either the old or the new table while another thread replaces the file.
+TEST_F(OfficialCalendarConcurrency, ReadersSeeOneTableOrTheOtherDuringReloads) {
+  std::atomic<bool> stop{false};
+  std::atomic<int> wrong{0};
+  std::vector<std::thread> readers;
+  for (int t = 0; t < 3; ++t) {
+    readers.emplace_back([&] {
+      while (!stop.load()) {
+        const NVOfficialDay day =
+            NVOfficialCalendar::dayOfCivilDay(civilDayFromGregorian(2027, 3, 1));
+        const bool known = day.kind == Kind::ordinaryWorkingDay ||
+                           (day.isHoliday() && (day.festival == "甲" || day.festival == "乙"));
+        wrong += !known;
+      }
+    });
+  }
+  for (int i = 0; i < 40; ++i) {
+    writeFile(path_, std::string("[2027]\n2027-03-01 holiday ") + (i % 2 ? "甲" : "乙") + "\n");
+    NVOfficialCalendar::reload();
+  }
+  stop = true;
+  for (std::thread& t : readers) t.join();
+  EXPECT_EQ(wrong.load(), 0);
 }
 
 TEST(OfficialCalendarFile, RejectsEveryKindOfError) {
