@@ -134,8 +134,8 @@ void addLunarCommands(CLI::App& app, const GlobalOptions& options, Action& run) 
     };
   });
 
-  CLI::App* dayCommand =
-      app.add_subcommand("day", "Every lunar, festival and solar-term text of a day");
+  CLI::App* dayCommand = app.add_subcommand(
+      "day", "Every lunar, festival and solar-term text of a day, and its official day");
   dayCommand->add_option("date", *day, "YYYY-MM-DD")->required();
   dayCommand->callback(
       [&options, &run, day] { run = [&options, day] { return runDay(options, *day); }; });
