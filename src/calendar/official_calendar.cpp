@@ -229,7 +229,7 @@ NVOfficialCalendar::Table::Table(const NVOfficialCalendarYears& builtIn,
     const auto index = static_cast<std::size_t>(year - firstYear_);
     if (years.count(year)) {
       status_[index] = NVOfficialYearStatus::published;
-    } else if (year <= kLastProjectedYear) {
+    } else if (year >= kFirstProjectedYear && year <= kLastProjectedYear) {
       status_[index] = NVOfficialYearStatus::projected;
       project(year);
     }

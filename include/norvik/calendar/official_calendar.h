@@ -9,12 +9,13 @@
 // environment changes), so a new notice is picked up without a restart. A file with any error is
 // ignored as a whole and named in one log line.
 //
-// Years after the last published one, up to 2100, are projected from the calendar with the day
-// counts of the regulation in force since 2025: 元旦 1 January; 春节 the lunar new year's eve and
-// the first three days of the year; 清明节 the day of the Qingming solar term; 劳动节 1-2 May;
-// 端午节 the 5th of the 5th lunar month; 中秋节 the 15th of the 8th; 国庆节 1-3 October. Projected
-// years have no adjusted working days. Years before the first published one and after 2100 have
-// no official days at all (every day is an ordinary working day or weekend).
+// Years from 2025 to 2100 without a notice (those after the last published one) are projected
+// from the calendar with the day counts of the regulation in force since 2025: 元旦 1 January; 春节
+// the lunar new year's eve and the first three days of the year; 清明节 the day of the Qingming
+// solar term; 劳动节 1-2 May; 端午节 the 5th of the 5th lunar month; 中秋节 the 15th of the 8th;
+// 国庆节 1-3 October. Projected years have no adjusted working days. Other years without a notice
+// (before 2025, after 2100) have no official days at all (every day is an ordinary working day or
+// weekend).
 //
 // Lookups read one immutable table through an atomic pointer: a few nanoseconds on a table taken
 // from current(), some more through the static functions, which also check for a changed file.
@@ -85,7 +86,8 @@ std::optional<NVOfficialCalendarYears> parseOfficialCalendar(std::string_view te
 
 class NVOfficialCalendar {
  public:
-  // Last year that is projected.
+  // First and last year that can be projected.
+  static constexpr int kFirstProjectedYear = 2025;
   static constexpr int kLastProjectedYear = 2100;
 
   // One immutable state of the official calendar.
@@ -101,7 +103,7 @@ class NVOfficialCalendar {
           return {static_cast<NVOfficialDayKind>(code & 3), festivals_[code >> 2]};
         }
       }
-      const int weekday = static_cast<int>(((day + 4) % 7 + 7) % 7);  // 0 Sunday .. 6 Saturday
+      const int weekday = static_cast<int>((day % 7 + 11) % 7);  // 0 Sunday .. 6 Saturday
       return {weekday == 0 || weekday == 6 ? NVOfficialDayKind::ordinaryWeekend
                                            : NVOfficialDayKind::ordinaryWorkingDay,
               {}};
