@@ -5,6 +5,8 @@
 // festival name; several months get five (two Chinese characters and a space); where even that does
 // not fit, a cell holds only the day number (three columns, as cal prints it) and the festivals and
 // solar terms follow the grid as a list. Widths are display columns, so Chinese texts stay aligned.
+// Mainland China's official holidays (休) and adjusted working days (班) follow the day numbers
+// where the cell has room, else they are listed under the grid too.
 #include <unicode/calendar.h>
 #include <unicode/locid.h>
 #include <unistd.h>
