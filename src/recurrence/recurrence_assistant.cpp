@@ -8,6 +8,7 @@
 #include "norvik/calendar/lunisolar.h"
 #include "norvik/platform/time_zone.h"
 #include "recurrence/occurrence_engine.h"
+#include "recurrence/official_day_rule.h"
 #include "recurrence/recurrence_assistant_internal.h"
 
 namespace norvik {
@@ -27,6 +28,22 @@ void expandWorkdayRule(const SVRecurrenceRule& rule, detail::OccurrenceCollector
   for (int d = 2; d <= 6; ++d) plain.byDay.emplace_back(0, SVRecurrenceWeekday(d));
   plain.bySetPos = {rule.workday == SVRecurrenceWorkday::first ? 1 : -1};
   detail::expandRule(plain, out);
+}
+
+// Official working days or holidays at the start's time of day: a plain daily rule whose days the
+// official calendar limits (official_day_rule.h decides which days match). FREQ, INTERVAL and the
+// BY parts of the text only stand in for other programs; COUNT and UNTIL still apply through the
+// collector. Holidays end with the calendar's last day; working days go on as Monday to Friday.
+void expandOfficialDayRule(const SVRecurrenceRule& rule, detail::OccurrenceCollector& out) {
+  const NVOfficialCalendar::Table& table = NVOfficialCalendar::current();
+  SVRecurrenceRule plain;
+  plain.frequencyOrdinal = SVRecurrenceRule::daily;
+  const SVRecurrenceOfficialDay which = rule.officialDay;
+  const detail::DayHook hook{
+      [&table, which](CivilDay day) { return detail::isOfficialRuleDay(which, table, day); },
+      which == SVRecurrenceOfficialDay::holiday ? std::optional<CivilDay>(table.lastDay())
+                                                : std::nullopt};
+  detail::expandRule(plain, out, &hook);
 }
 
 // Picked dates, in order; a date without a time falls at the start's time of day.
@@ -77,10 +94,10 @@ std::vector<Date> detail::occurrenceDatesOfRule(const SVRecurrenceRule& rule,
   OccurrenceCollector out(rule, *zone, localSecondsOf(*zone, *start), from, limit, includingFirst);
   if (rule.isSpecificDate()) {
     expandPickedDates(rule, *zone, out);
-  } else if (rule.isEbbinghaus() || rule.officialDay != SVRecurrenceOfficialDay::none) {
-    // Official days come from each year's government notice; without that data (a DayHook over
-    // a DAILY rule, see occurrence_engine.h) such a rule has no occurrences.
+  } else if (rule.isEbbinghaus()) {
     return {};
+  } else if (rule.officialDay != SVRecurrenceOfficialDay::none) {
+    expandOfficialDayRule(rule, out);
   } else if (rule.workday != SVRecurrenceWorkday::none && rule.isMonthly() &&
              (rule.rscale.empty() || rule.rscale == "GREGORIAN")) {
     expandWorkdayRule(rule, out);

@@ -388,6 +388,51 @@ TEST_F(NorvikProgramTest, IcsReadsBackThroughLibicalAsAllDayEventsWithStableUids
   }
 }
 
+TEST_F(NorvikProgramTest, OfficialHolidaysAndWorkingDaysWhereUsersLook) {
+  // 休 and 班 beside the numbers: asked for, by a Chinese interface, never with "none".
+  const ProgramRun october = norvik("month 2024-10 --official cn --color=never", "COLUMNS=100");
+  ASSERT_EQ(october.status, 0) << october.err;
+  EXPECT_NE(october.out.find(" 1休"), std::string::npos) << october.out;
+  EXPECT_NE(october.out.find(" 7休"), std::string::npos) << october.out;
+  EXPECT_NE(october.out.find("12班"), std::string::npos) << october.out;
+  EXPECT_EQ(october.out.find(" 8休"), std::string::npos) << october.out;
+  const ProgramRun three = norvik("--lang zh-Hans month 2024-02 -3 --color=never", "COLUMNS=120");
+  EXPECT_NE(three.out.find(" 4班"), std::string::npos) << three.out;
+  EXPECT_NE(three.out.find("17休"), std::string::npos) << three.out;
+  EXPECT_EQ(norvik("month 2024-10 --color=never").out.find("休"), std::string::npos);
+  EXPECT_EQ(norvik("--lang zh-Hans month 2024-10 --official none").out.find("休"),
+            std::string::npos);
+  const ProgramRun projected = norvik("month 2027-10 --official cn --color=never");
+  EXPECT_NE(projected.out.find("2027: 休 projected"), std::string::npos) << projected.out;
+
+  const ProgramRun day = norvik("--json day 2024-09-29");
+  ASSERT_EQ(day.status, 0) << day.err;
+  EXPECT_NE(day.out.find("\"officialDay\":\"adjustedWorkingDay\""), std::string::npos) << day.out;
+  EXPECT_NE(day.out.find("\"officialFestival\":\"国庆节\""), std::string::npos) << day.out;
+  EXPECT_NE(day.out.find("\"officialYear\":\"published\""), std::string::npos) << day.out;
+
+  // The subscribable calendar: one event a break, one a worked weekend day.
+  const ProgramRun ics = norvik("ics 2024 --only official");
+  ASSERT_EQ(ics.status, 0) << ics.err;
+  icalcomponent* calendar = icalparser_parse_string(ics.out.c_str());
+  ASSERT_NE(calendar, nullptr);
+  std::map<std::string, std::pair<std::string, int>> events;  // start -> summary, days
+  for (icalcomponent* event = icalcomponent_get_first_component(calendar, ICAL_VEVENT_COMPONENT);
+       event; event = icalcomponent_get_next_component(calendar, ICAL_VEVENT_COMPONENT)) {
+    const icaltimetype start = icalcomponent_get_dtstart(event);
+    char ymd[16];
+    std::snprintf(ymd, sizeof ymd, "%04d%02d%02d", start.year, start.month, start.day);
+    const int days = static_cast<int>(
+        (icaltime_as_timet(icalcomponent_get_dtend(event)) - icaltime_as_timet(start)) / 86400);
+    events[ymd] = {icalcomponent_get_summary(event), days};
+  }
+  icalcomponent_free(calendar);
+  EXPECT_EQ(events["20241001"], (std::pair<std::string, int>{"国庆节 休", 7}));
+  EXPECT_EQ(events["20240929"], (std::pair<std::string, int>{"国庆节 补班", 1}));
+  EXPECT_EQ(events["20240210"], (std::pair<std::string, int>{"春节 休", 8}));
+  EXPECT_EQ(events.size(), 7u + 8u);  // 7 breaks (端午 with its weekend) and 8 worked days
+}
+
 TEST_F(NorvikProgramTest, LangIsForOneRunAndLanguageSetStores) {
   auto chosen = [this](const std::string& args) {
     const ProgramRun run = norvik("--json " + args);

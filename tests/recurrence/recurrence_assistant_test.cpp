@@ -210,10 +210,28 @@ TEST(GregorianOccurrences, ApplicationRules) {
                    at("UTC", 2024, 1, 1, 9));
   EXPECT_EQ(picked.texts(), (Texts{"2024-01-05 07:30", "2024-03-12 09:00"}));
 
-  for (const char* rule : {"FREQ=DAILY;X-NV-OFFICIAL=WORKDAY", "FREQ=DAILY;X-NV-OFFICIAL=HOLIDAY",
-                           "FREQ=DAILY;X-NV-EBBINGHAUS=2"}) {
-    EXPECT_TRUE((Expansion(rule, at("UTC", 2024, 1, 1)).dates().empty())) << rule;
-  }
+  EXPECT_TRUE((Expansion("FREQ=DAILY;X-NV-EBBINGHAUS=2", at("UTC", 2024, 1, 1)).dates().empty()));
+}
+
+TEST(GregorianOccurrences, OfficialWorkingDaysAndHolidaysAcrossTheYearBoundary) {
+  // 2026's notice: 1-3 January off, Sunday 4 January worked; the start's time of day is kept.
+  Expansion work("FREQ=DAILY;X-NV-OFFICIAL=WORKDAY", at("Asia/Shanghai", 2025, 12, 30, 9, 30),
+                 "Asia/Shanghai");
+  work.limit = 5;
+  EXPECT_EQ(work.texts(), (Texts{"2025-12-30 09:30", "2025-12-31 09:30", "2026-01-04 09:30",
+                                 "2026-01-05 09:30", "2026-01-06 09:30"}));
+  // COUNT counts from the start (Saturday: none; Sunday 29 September: worked), not from `from`.
+  Expansion counted("FREQ=DAILY;COUNT=3;X-NV-OFFICIAL=WORKDAY", at("UTC", 2024, 9, 28, 8), "UTC");
+  counted.from = at("UTC", 2024, 9, 30);
+  EXPECT_EQ(counted.texts(), (Texts{"2024-09-30 08:00", "2024-10-08 08:00"}));
+
+  // From the last published holiday into the projected year after it, up to UNTIL.
+  Expansion holidays("FREQ=DAILY;UNTIL=20270101T235959Z;X-NV-OFFICIAL=HOLIDAY",
+                     at("UTC", 2026, 10, 6, 7), "UTC");
+  EXPECT_EQ(holidays.texts(), (Texts{"2026-10-06 07:00", "2026-10-07 07:00", "2027-01-01 07:00"}));
+  // Far past the projected years a holiday search ends at once.
+  Expansion none("FREQ=DAILY;X-NV-OFFICIAL=HOLIDAY", at("UTC", 2101, 1, 1), "UTC");
+  EXPECT_TRUE(none.dates().empty());
 }
 
 TEST(OccurrenceBounds, RulesWithoutOccurrencesEndEmpty) {

@@ -1,6 +1,8 @@
 // norvik ics: the Chinese festivals and the 24 solar terms of a range of years as an iCalendar file
 // that calendar applications import: one all-day event a day and name, with a UID made from the
 // day, the kind and the name, so that importing a second time updates instead of doubling.
+// With --only official: mainland China's official holidays (one event a break) and adjusted
+// working days, a calendar to subscribe to (it asks to be refreshed daily).
 #include <libical/ical.h>
 
 #include <cstdio>
@@ -12,6 +14,7 @@
 #include "cli.h"
 #include "norvik/calendar/lunar_display.h"
 #include "norvik/calendar/lunisolar.h"
+#include "norvik/calendar/official_calendar.h"
 #include "norvik/calendar/solar_terms.h"
 #include "norvik/environment/user_language.h"
 #include "norvik/platform/calendar.h"
@@ -24,7 +27,7 @@ struct IcsArgs {
   int from = 0;
   int to = 0;
   std::string output;
-  std::string only;  // "", "festivals" or "solar-terms"
+  std::string only;  // "", "festivals", "solar-terms" or "official"
 };
 
 // The festival and solar-term texts are Chinese whatever the interface language.
@@ -57,7 +60,7 @@ using Component = std::unique_ptr<icalcomponent, ComponentDeleter>;
 
 void addEvent(icalcomponent* calendar, const GregorianDate& day, const char* kind,
               const std::string& name, const std::string& description, icaltimetype stamp,
-              const std::string& descriptionLanguage) {
+              const std::string& descriptionLanguage, int days = 1) {
   char ymd[16];
   std::snprintf(ymd, sizeof ymd, "%04d%02d%02d", day.year, day.month, day.day);
   icalcomponent* event = icalcomponent_new_vevent();
@@ -68,7 +71,7 @@ void addEvent(icalcomponent* calendar, const GregorianDate& day, const char* kin
   icalcomponent_add_property(event, icalproperty_new_dtstamp(stamp));
   const icaltimetype start = dateOf(day);
   icaltimetype end = start;
-  icaltime_adjust(&end, 1, 0, 0, 0);
+  icaltime_adjust(&end, days, 0, 0, 0);
   icalcomponent_add_property(event, icalproperty_new_dtstart(start));
   icalcomponent_add_property(event, icalproperty_new_dtend(end));
   icalproperty* summary = icalproperty_new_summary(name.c_str());
@@ -79,9 +82,11 @@ void addEvent(icalcomponent* calendar, const GregorianDate& day, const char* kin
     icalproperty_add_parameter(text, icalparameter_new_language(descriptionLanguage.c_str()));
     icalcomponent_add_property(event, text);
   }
+  const std::string k = kind;
   icalcomponent_add_property(
-      event,
-      icalproperty_new_categories(std::string(kind) == "festival" ? "HOLIDAY" : "SOLAR-TERM"));
+      event, icalproperty_new_categories(k == "festival" || k == "holiday" ? "HOLIDAY"
+                                         : k == "workday"                  ? "WORKDAY"
+                                                                           : "SOLAR-TERM"));
   icalcomponent_add_property(event, icalproperty_new_transp(ICAL_TRANSP_TRANSPARENT));
   icalcomponent_add_property(event, icalproperty_new_class(ICAL_CLASS_PUBLIC));
   icalcomponent_add_component(calendar, event);
@@ -92,8 +97,9 @@ int runIcs(const GlobalOptions& options, const IcsArgs& args) {
   if (args.from < 1 || to > 9999) throw UsageError("years run from 1 to 9999");
   if (to < args.from) throw UsageError("the range ends before it starts");
   if (to - args.from >= 200) throw UsageError("at most 200 years at a time");
-  const bool festivals = args.only != "solar-terms";
-  const bool terms = args.only != "festivals";
+  const bool official = args.only == "official";
+  const bool festivals = args.only != "solar-terms" && !official;
+  const bool terms = args.only != "festivals" && !official;
 
   // The lunar date of each event, as the interface language writes it with the Chinese calendar.
   const platform::Locale locale = NVUserLanguage::localeForCurrentLanguage();
@@ -111,14 +117,21 @@ int runIcs(const GlobalOptions& options, const IcsArgs& args) {
                              icalproperty_new_prodid("-//Norvik//norvik " NORVIK_VERSION "//EN"));
   icalcomponent_add_property(calendar.get(), icalproperty_new_calscale("GREGORIAN"));
   icalcomponent_add_property(calendar.get(), icalproperty_new_method(ICAL_METHOD_PUBLISH));
-  const std::string name = std::string(festivals && terms ? "节日与节气"
-                                       : festivals        ? "节日"
-                                                          : "二十四节气") +
+  const std::string name = std::string(official             ? "法定节假日与调休"
+                                       : festivals && terms ? "节日与节气"
+                                       : festivals          ? "节日"
+                                                            : "二十四节气") +
                            " " + std::to_string(args.from) +
                            (to != args.from ? "–" + std::to_string(to) : "");
   icalproperty* calendarName = icalproperty_new_x(name.c_str());
   icalproperty_set_x_name(calendarName, "X-WR-CALNAME");
   icalcomponent_add_property(calendar.get(), calendarName);
+  if (official) {
+    // Subscribers fetch again daily, so a newly published notice replaces the projection.
+    icalproperty* refresh = icalproperty_new_x("P1D");
+    icalproperty_set_x_name(refresh, "X-PUBLISHED-TTL");
+    icalcomponent_add_property(calendar.get(), refresh);
+  }
 
   const icaltimetype stamp = icaltime_from_timet_with_zone(
       static_cast<time_t>(platform::Date::now().timeIntervalSince1970()), 0,
@@ -126,7 +139,27 @@ int runIcs(const GlobalOptions& options, const IcsArgs& args) {
   const NVSolarTermsManager& table = NVSolarTermsManager::sharedManager();
   int events = 0;
   const CivilDay last = civilDayFromGregorian(to, 12, 31);
-  for (CivilDay d = civilDayFromGregorian(args.from, 1, 1); d <= last; ++d) {
+  const NVOfficialCalendar::Table& officialDays = NVOfficialCalendar::current();
+  for (CivilDay d = civilDayFromGregorian(args.from, 1, 1); d <= last && official; ++d) {
+    const NVOfficialDay day = officialDays.dayOfCivilDay(d);
+    if (!day.isHoliday() && day.kind != NVOfficialDayKind::adjustedWorkingDay) continue;
+    // A break is one event: the run of days with the same kind and festival.
+    int length = 1;
+    while (d + length <= last && day.isHoliday()) {
+      const NVOfficialDay next = officialDays.dayOfCivilDay(d + length);
+      if (!next.isHoliday() || next.festival != day.festival) break;
+      ++length;
+    }
+    const GregorianDate g = gregorianFromCivilDay(d);
+    const bool projected = officialDays.yearStatus(g.year) == NVOfficialYearStatus::projected;
+    const std::string festival(day.festival);
+    addEvent(calendar.get(), g, day.isHoliday() ? "holiday" : "workday",
+             day.isHoliday() ? festival + " 休" : festival + " 补班",
+             projected ? "按历法推算，尚未公布" : "", stamp, kTextLanguage, length);
+    ++events;
+    d += length - 1;
+  }
+  for (CivilDay d = civilDayFromGregorian(args.from, 1, 1); d <= last && !official; ++d) {
     const GregorianDate g = gregorianFromCivilDay(d);
     const std::optional<std::string> term = table.solarTermOfCivilDay(d);
     const platform::Date noon = localTimeOf(g, 12, 0, isoDayText(g));
@@ -177,8 +210,10 @@ void addIcsCommand(CLI::App& app, const GlobalOptions& options, Action& run) {
   ics->add_option("from", args->from, "First year")->required();
   ics->add_option("to", args->to, "Last year (default: the first)");
   ics->add_option("-o,--output", args->output, "Write to this file instead of standard output");
-  ics->add_option("--only", args->only, "Only festivals or only solar terms")
-      ->check(CLI::IsMember({"festivals", "solar-terms"}));
+  ics->add_option("--only", args->only,
+                  "Only festivals, only solar terms, or only official holidays and adjusted "
+                  "working days (official)")
+      ->check(CLI::IsMember({"festivals", "solar-terms", "official"}));
   ics->callback(
       [&options, &run, args] { run = [&options, args] { return runIcs(options, *args); }; });
 }

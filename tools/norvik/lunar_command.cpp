@@ -8,6 +8,7 @@
 #include "norvik/calendar/lunar_converter.h"
 #include "norvik/calendar/lunar_display.h"
 #include "norvik/calendar/lunisolar.h"
+#include "norvik/calendar/official_calendar.h"
 #include "norvik/calendar/solar_terms.h"
 #include "norvik/platform/calendar.h"
 
@@ -49,6 +50,8 @@ nlohmann::json dayTexts(const GregorianDate& g) {
   const std::optional<std::string> lunarFestival = festivalInLunarCalendar(date);
   const std::optional<std::string> term =
       NVSolarTermsManager::sharedManager().solarTermByDate(date);
+  const NVOfficialDay official =
+      NVOfficialCalendar::dayOfCivilDay(civilDayFromGregorian(g.year, g.month, g.day));
   return {
       {"date", isoDayText(g)},
       {"displayDayInLunarCalendar", displayDayInLunarCalendar(date)},
@@ -65,6 +68,10 @@ nlohmann::json dayTexts(const GregorianDate& g) {
       {"years_lunar", years_lunar(date, true, true)},
       {"monthDay_lunar", monthDay_lunar(date)},
       {"yearMonthDay_lunar", yearMonthDay_lunar(date, true, false)},
+      {"officialDay", officialDayKindName(official.kind)},
+      {"officialFestival",
+       official.festival.empty() ? nlohmann::json(nullptr) : nlohmann::json(official.festival)},
+      {"officialYear", officialYearStatusName(NVOfficialCalendar::yearStatus(g.year))},
   };
 }
 
@@ -126,8 +133,8 @@ void addLunarCommands(CLI::App& app, const GlobalOptions& options, Action& run) 
     };
   });
 
-  CLI::App* dayCommand =
-      app.add_subcommand("day", "Every lunar, festival and solar-term text of a day");
+  CLI::App* dayCommand = app.add_subcommand(
+      "day", "Every lunar, festival and solar-term text of a day, and its official day");
   dayCommand->add_option("date", *day, "YYYY-MM-DD")->required();
   dayCommand->callback(
       [&options, &run, day] { run = [&options, day] { return runDay(options, *day); }; });

@@ -6,7 +6,9 @@
 // not fit, a cell holds only the day number (three columns, as cal prints it). No name is ever
 // lost: a name wider than its cell shows there shortened, and every name a cell does not show in
 // full (all of them in number-only cells) follows the grids as a list of notes. Widths are display
-// columns, so Chinese texts stay aligned.
+// columns, so Chinese texts stay aligned. Mainland China's official holidays (休) and adjusted
+// working days (班) follow the day numbers where the cell has room, else they are listed under the
+// grids too.
 #include <unicode/calendar.h>
 #include <unicode/locid.h>
 #include <unistd.h>
@@ -21,7 +23,9 @@
 #include "cli.h"
 #include "norvik/calendar/lunar_display.h"
 #include "norvik/calendar/lunisolar.h"
+#include "norvik/calendar/official_calendar.h"
 #include "norvik/calendar/solar_terms.h"
+#include "norvik/environment/language_environment.h"
 #include "norvik/environment/user_language.h"
 #include "norvik/platform/calendar.h"
 #include "norvik/platform/date_formatter.h"
@@ -46,6 +50,7 @@ struct Day {
   std::vector<Note> notes;  // the festival and the solar term of the day, when it has them
   bool weekend = false;
   bool today = false;
+  std::string official;  // 休 (holiday), 班 (adjusted working day) or empty
 };
 
 struct Month {
@@ -83,8 +88,27 @@ std::array<bool, 8> weekendDays() {
   return U_SUCCESS(status) ? fromLocale : weekend;
 }
 
+// ---- Official days (休 and 班) ----
+
+// Whether the grid marks official holidays and adjusted working days: "cn" always, "none" never,
+// otherwise when the interface language is Chinese or the region is China.
+bool wantsOfficialMarks(const std::string& option) {
+  if (option == "cn") return true;
+  if (option == "none") return false;
+  return NVUserLanguage::localeForCurrentLanguage().identifier().rfind("zh", 0) == 0 ||
+         NVLocaleEnvironment::isChina();
+}
+
+// The mark beside a day's number.
+std::string officialMark(CivilDay day) {
+  const NVOfficialDay official = NVOfficialCalendar::dayOfCivilDay(day);
+  return official.isHoliday()                                     ? "休"
+         : official.kind == NVOfficialDayKind::adjustedWorkingDay ? "班"
+                                                                  : "";
+}
+
 Month computeMonth(int year, int month, int firstWeekday, CivilDay today,
-                   const std::array<bool, 8>& weekend) {
+                   const std::array<bool, 8>& weekend, bool officialMarks) {
   Month m;
   m.year = year;
   m.month = month;
@@ -108,6 +132,7 @@ Month computeMonth(int year, int month, int firstWeekday, CivilDay today,
     if (term && *term != day.festival) day.notes.push_back({*term, Kind::solarTerm});
     day.weekend = weekend[static_cast<std::size_t>(weekdayOf(first + d - 1))];
     day.today = first + d - 1 == today;
+    if (officialMarks) day.official = officialMark(first + d - 1);
     m.days.push_back(std::move(day));
   }
   return m;
@@ -116,6 +141,7 @@ Month computeMonth(int year, int month, int firstWeekday, CivilDay today,
 struct Style {
   bool colour = false;
   bool highlightToday = false;
+  bool officialMarks = false;
 
   std::string paint(const std::string& text, const char* code) const {
     return colour ? std::string("\033[") + code + "m" + text + "\033[0m" : text;
@@ -167,15 +193,23 @@ Block renderMonth(const Month& m, const std::string& title, const std::vector<st
       // Padding stays outside the escape sequences so that only the digits are marked.
       // Numbers are right-aligned in two columns, as cal prints them, and that field is centred.
       const std::string digits = std::to_string(day.day);
-      const std::string padded = centredIn((day.day < 10 ? " " : "") + digits, inner);
+      // 休 and 班 take two columns after the number where the cell has room, else only colour it.
+      const bool markBeside = style.officialMarks && inner >= 4;
+      const std::string mark = !markBeside ? "" : day.official.empty() ? "  " : day.official;
+      const std::string padded = centredIn((day.day < 10 ? " " : "") + digits + mark, inner);
       const std::size_t at = padded.rfind(digits);
+      const char* markCode = day.official == "休" ? "31" : "33";
       const char* code = day.today && style.highlightToday           ? "7"
+                         : !markBeside && !day.official.empty()      ? markCode
                          : day.kind == Kind::festival && !withTexts  ? "31"
                          : day.kind == Kind::solarTerm && !withTexts ? "32"
                          : day.weekend                               ? "34"
                                                                      : nullptr;
-      numbers += padded.substr(0, at) + (code ? style.paint(digits, code) : digits) +
-                 padded.substr(at + digits.size()) + " ";
+      std::string rest = padded.substr(at + digits.size());
+      if (markBeside && !day.official.empty()) {
+        rest = style.paint(day.official, markCode) + rest.substr(day.official.size());
+      }
+      numbers += padded.substr(0, at) + (code ? style.paint(digits, code) : digits) + rest + " ";
       const std::string shown = centredIn(cellText(day, inner), inner);
       texts += (day.kind == Kind::festival    ? style.paint(shown, "31")
                 : day.kind == Kind::solarTerm ? style.paint(shown, "32")
@@ -186,6 +220,41 @@ Block renderMonth(const Month& m, const std::string& title, const std::vector<st
     if (withTexts) block.lines.push_back(texts);
   }
   return block;
+}
+
+// Where number cells have no room for the marks, they follow the grid: "10-01..10-07 休" for each
+// run of days, wrapped to `width`.
+void printOfficialLegend(std::ostream& out, const std::vector<Month>& months, int width,
+                         const Style& style) {
+  std::string line;
+  int used = 0;
+  for (const Month& m : months) {
+    for (std::size_t i = 0; i < m.days.size(); ++i) {
+      const std::string& mark = m.days[i].official;
+      if (mark.empty()) continue;
+      std::size_t j = i;
+      while (j + 1 < m.days.size() && m.days[j + 1].official == mark) ++j;
+      char run[32];
+      std::snprintf(run, sizeof run, "%02d-%02d", m.month % 100, m.days[i].day % 100);
+      if (j > i) {
+        std::snprintf(run + 5, sizeof run - 5, "..%02d-%02d", m.month % 100, m.days[j].day % 100);
+      }
+      const int entryWidth = displayWidth(run) + 3;
+      if (used > 0 && used + 2 + entryWidth > width) {
+        out << line << "\n";
+        line.clear();
+        used = 0;
+      }
+      if (used > 0) {
+        line += "  ";
+        used += 2;
+      }
+      line += std::string(run) + " " + style.paint(mark, mark == "休" ? "31" : "33");
+      used += entryWidth;
+      i = j;
+    }
+  }
+  if (!line.empty()) out << line << "\n";
 }
 
 // Blocks side by side, `gap` columns apart, trailing blanks removed.
@@ -251,7 +320,7 @@ void printNotes(std::ostream& out, const std::vector<Month>& months, int width, 
   if (!line.empty()) out << line << "\n";
 }
 
-nlohmann::json monthJSON(const Month& m, int firstWeekday) {
+nlohmann::json monthJSON(const Month& m, int firstWeekday, bool officialMarks) {
   nlohmann::json list = nlohmann::json::array();
   for (const Day& d : m.days) {
     list.push_back({{"day", d.day},
@@ -260,10 +329,15 @@ nlohmann::json monthJSON(const Month& m, int firstWeekday) {
                     {"isSolarTerm", d.kind == Kind::solarTerm},
                     {"isWeekend", d.weekend},
                     {"isToday", d.today}});
+    if (!d.official.empty()) list.back()["official"] = d.official;
   }
-  return {{"month", isoDayText(GregorianDate{m.year, m.month, 1}).substr(0, 7)},
-          {"firstWeekday", firstWeekday},
-          {"days", list}};
+  nlohmann::json json = {{"month", isoDayText(GregorianDate{m.year, m.month, 1}).substr(0, 7)},
+                         {"firstWeekday", firstWeekday},
+                         {"days", list}};
+  if (officialMarks) {
+    json["officialYear"] = officialYearStatusName(NVOfficialCalendar::yearStatus(m.year));
+  }
+  return json;
 }
 
 // Weekday names that fit `columns`: the short stand-alone forms, else the narrow ones.
@@ -299,7 +373,22 @@ bool useColour(const GlobalOptions& options) {
   return isatty(STDOUT_FILENO) != 0 && (noColour == nullptr || *noColour == '\0');
 }
 
+namespace {
+
+// runMonth with the --official choice: "cn", "none" or empty (by language and region).
+int runMonthView(const GlobalOptions& options, const MonthRequest& request,
+                 const std::string& officialOption);
+
+}  // namespace
+
 int runMonth(const GlobalOptions& options, const MonthRequest& request) {
+  return runMonthView(options, request, "");
+}
+
+namespace {
+
+int runMonthView(const GlobalOptions& options, const MonthRequest& request,
+                 const std::string& officialOption) {
   if (request.three && request.year) throw UsageError("choose -3 or --year, not both");
   const platform::Calendar calendar = platform::Calendar::currentGregorian();
   const platform::DateComponents now = calendar.components(platform::Date::now());
@@ -333,19 +422,20 @@ int runMonth(const GlobalOptions& options, const MonthRequest& request) {
   const CivilDay today =
       civilDayFromGregorian(now.year.value_or(0), now.month.value_or(0), now.day.value_or(0));
   const std::array<bool, 8> weekend = weekendDays();
+  const bool officialMarks = wantsOfficialMarks(officialOption);
   std::vector<Month> months;
   for (int i = 0; i < count; ++i) {
     const int y = year + (month - 1 + i) / 12;
     const int mo = (month - 1 + i) % 12 + 1;
-    months.push_back(computeMonth(y, mo, firstWeekday, today, weekend));
+    months.push_back(computeMonth(y, mo, firstWeekday, today, weekend, officialMarks));
   }
 
   if (options.json) {
     if (count == 1) {
-      printJSON(monthJSON(months.front(), firstWeekday));
+      printJSON(monthJSON(months.front(), firstWeekday, officialMarks));
     } else {
       nlohmann::json all = nlohmann::json::array();
-      for (const Month& m : months) all.push_back(monthJSON(m, firstWeekday));
+      for (const Month& m : months) all.push_back(monthJSON(m, firstWeekday, officialMarks));
       printJSON({{"months", all}});
     }
     return 0;
@@ -354,6 +444,7 @@ int runMonth(const GlobalOptions& options, const MonthRequest& request) {
   Style style;
   style.colour = useColour(options);
   style.highlightToday = style.colour && isatty(STDOUT_FILENO) != 0;
+  style.officialMarks = officialMarks;
   const int width = terminalWidth();
   constexpr int kGap = 3;
   // Cell width, months side by side, and whether lunar texts fit in the cells.
@@ -409,14 +500,30 @@ int runMonth(const GlobalOptions& options, const MonthRequest& request) {
              gap);
   }
   printNotes(out, months, width, withTexts, cell - 1, style);
+  // Marks that had no room beside their day numbers (the same test as in renderMonth).
+  if (officialMarks && cell - 1 < 4) {
+    out << "\n";
+    printOfficialLegend(out, months, width, style);
+  }
+  if (officialMarks) {
+    // Say where the marks come from when a shown year has no published notice.
+    for (int y = months.front().year; y <= months.back().year; ++y) {
+      const NVOfficialYearStatus status = NVOfficialCalendar::yearStatus(y);
+      if (status == NVOfficialYearStatus::published) continue;
+      out << "\n"
+          << y
+          << (status == NVOfficialYearStatus::projected
+                  ? ": 休 projected from the calendar (no notice published yet)\n"
+                  : ": no official holidays known\n");
+    }
+  }
   out.flush();
   return 0;
 }
 
-namespace {
-
 void addMonthCommand(CLI::App& app, const GlobalOptions& options, Action& run) {
   auto request = std::make_shared<MonthRequest>();
+  auto official = std::make_shared<std::string>();
   CLI::App* month =
       app.add_subcommand("month", "Month calendars with lunar texts, festivals and solar terms");
   month->add_option("month", request->month,
@@ -427,8 +534,13 @@ void addMonthCommand(CLI::App& app, const GlobalOptions& options, Action& run) {
       ->add_option("--week-start", request->weekStart,
                    "First day of the week (default: from the locale)")
       ->check(CLI::IsMember({"monday", "sunday"}));
-  month->callback([&options, &run, request] {
-    run = [&options, request] { return runMonth(options, *request); };
+  month
+      ->add_option("--official", *official,
+                   "Mark official holidays (休) and adjusted working days (班): cn or none "
+                   "(default: when the language or region is Chinese)")
+      ->check(CLI::IsMember({"cn", "none"}));
+  month->callback([&options, &run, request, official] {
+    run = [&options, request, official] { return runMonthView(options, *request, *official); };
   });
 }
 

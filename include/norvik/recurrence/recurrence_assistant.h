@@ -18,9 +18,10 @@
 //
 // The application's extensions: a workday rule gives the first or last Monday-to-Friday day of
 // every INTERVAL-th month; a picked-dates rule gives its dates (dates without a time at the start's
-// time of day); official working-day and holiday rules and the Ebbinghaus curve have no
-// occurrences here (the library holds no holiday data, and the curve's schedule is the
-// application's). docs/RRULE.md explains these choices.
+// time of day); an official working-day rule gives every official working day and an official
+// holiday rule every holiday day of the official calendar (calendar/official_calendar.h), at the
+// start's time of day, whatever FREQ and INTERVAL say; the Ebbinghaus curve has no occurrences
+// here (its schedule is the application's). docs/RRULE.md explains these choices.
 //
 // Every search is bounded: it ends after kMaxSearchYears years past the later of the start and
 // `from`, or after kMaxCandidates steps (periods read or skipped), whichever comes first, and
