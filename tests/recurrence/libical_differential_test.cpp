@@ -108,7 +108,7 @@ Generated generate(Random& r) {
     byMonthDay = !subDaily && !weekly && f != 3;
     if (byMonthDay) parts += ";BYMONTHDAY=" + days;
   }
-  if (yearly && !byMonthDay && r.chance(20)) {
+  if (yearly && !byMonthDay && r.chance(40)) {
     byYearDay = true;
     parts += ";BYYEARDAY=" + numbers(r, 1, 366, 2, true);
   }
@@ -149,7 +149,7 @@ Generated generate(Random& r) {
     parts += ";BYSECOND=" + numbers(r, 0, 59, 3, false);
   }
   const bool anyBy = byMonth || byMonthDay || byDay || byYearDay;
-  if ((monthly || yearly) && anyBy && !byTime && r.chance(25)) {
+  if ((monthly || yearly) && anyBy && !byTime && r.chance(50)) {
     // Positions every period has: a set of plain weekdays has at least four days a month.
     const bool large = byDay && !ordinalDay && !byMonthDay;
     parts += ";BYSETPOS=" + numbers(r, 1, large ? 3 : 1, 2, true);
