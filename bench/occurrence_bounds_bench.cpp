@@ -95,7 +95,7 @@ std::vector<Case> hostileRules() {
   std::vector<Case> out;
   for (auto& rule : rules) {
     Case c;
-    c.name = rule;
+    c.name = "hostile " + std::to_string(out.size() + 1);
     c.rule = rule;
     c.start = "19970902T090000";
     c.limit = 10;
