@@ -222,12 +222,48 @@ Block renderMonth(const Month& m, const std::string& title, const std::vector<st
   return block;
 }
 
+// Entries of "MM-DD text" lists, two columns apart, wrapped to a width. `add` takes the entry's
+// plain text for its width and its painted form for the output.
+class WrappedList {
+ public:
+  WrappedList(std::ostream& out, int width) : out_(out), width_(width) {}
+  ~WrappedList() {
+    if (!line_.empty()) out_ << line_ << "\n";
+  }
+  WrappedList(const WrappedList&) = delete;
+  WrappedList& operator=(const WrappedList&) = delete;
+
+  bool empty() const { return count_ == 0; }
+
+  void add(const std::string& plain, const std::string& painted) {
+    const int entryWidth = displayWidth(plain);
+    if (used_ > 0 && used_ + 2 + entryWidth > width_) {
+      out_ << line_ << "\n";
+      line_.clear();
+      used_ = 0;
+    }
+    if (used_ > 0) {
+      line_ += "  ";
+      used_ += 2;
+    }
+    line_ += painted;
+    used_ += entryWidth;
+    ++count_;
+  }
+
+ private:
+  std::ostream& out_;
+  int width_;
+  std::string line_;
+  int used_ = 0;
+  int count_ = 0;
+};
+
 // Where number cells have no room for the marks, they follow the grid: "10-01..10-07 休" for each
 // run of days, wrapped to `width`.
 void printOfficialLegend(std::ostream& out, const std::vector<Month>& months, int width,
                          const Style& style) {
-  std::string line;
-  int used = 0;
+  WrappedList list(out, width);
   for (const Month& m : months) {
     for (std::size_t i = 0; i < m.days.size(); ++i) {
       const std::string& mark = m.days[i].official;
@@ -239,22 +275,11 @@ void printOfficialLegend(std::ostream& out, const std::vector<Month>& months, in
       if (j > i) {
         std::snprintf(run + 5, sizeof run - 5, "..%02d-%02d", m.month % 100, m.days[j].day % 100);
       }
-      const int entryWidth = displayWidth(run) + 3;
-      if (used > 0 && used + 2 + entryWidth > width) {
-        out << line << "\n";
-        line.clear();
-        used = 0;
-      }
-      if (used > 0) {
-        line += "  ";
-        used += 2;
-      }
-      line += std::string(run) + " " + style.paint(mark, mark == "休" ? "31" : "33");
-      used += entryWidth;
+      list.add(std::string(run) + " " + mark,
+               std::string(run) + " " + style.paint(mark, mark == "休" ? "31" : "33"));
       i = j;
     }
   }
-  if (!line.empty()) out << line << "\n";
 }
 
 // Blocks side by side, `gap` columns apart, trailing blanks removed.
@@ -290,34 +315,19 @@ const char* colourOf(Kind kind) {
 // to `width`, after a blank line; nothing when every name is in its cell.
 void printNotes(std::ostream& out, const std::vector<Month>& months, int width, bool withTexts,
                 int inner, const Style& style) {
-  std::string line;
-  int used = 0;
-  bool any = false;
+  WrappedList list(out, width);
   for (const Month& m : months) {
     for (const Day& day : m.days) {
       for (const Note& note : day.notes) {
         if (shownInCell(day, note, withTexts, inner)) continue;
-        if (!any) out << "\n";
-        any = true;
+        if (list.empty()) out << "\n";
         char date[8];
         std::snprintf(date, sizeof date, "%02d-%02d", m.month % 100, day.day % 100);
-        const std::string entry = std::string(date) + " " + note.name;
-        const int entryWidth = displayWidth(entry);
-        if (used > 0 && used + 2 + entryWidth > width) {
-          out << line << "\n";
-          line.clear();
-          used = 0;
-        }
-        if (used > 0) {
-          line += "  ";
-          used += 2;
-        }
-        line += std::string(date) + " " + style.paint(note.name, colourOf(note.kind));
-        used += entryWidth;
+        list.add(std::string(date) + " " + note.name,
+                 std::string(date) + " " + style.paint(note.name, colourOf(note.kind)));
       }
     }
   }
-  if (!line.empty()) out << line << "\n";
 }
 
 nlohmann::json monthJSON(const Month& m, int firstWeekday, bool officialMarks) {
