@@ -1,6 +1,8 @@
 // Conversions of a calendar described year by year.
 #include "calendar/year_calendar.h"
 
+#include <atomic>
+
 namespace norvik::detail {
 namespace {
 
@@ -23,7 +25,7 @@ std::optional<CalendarDate> YearCalendar::dateOfCivilDay(CivilDay day) const {
   while (newYear(year) > day) --year;
   while (newYear(year + 1) <= day) ++year;
   YearLayout l;
-  if (!layout(year, l)) return std::nullopt;
+  if (!cachedLayout(year, l)) return std::nullopt;
   CivilDay rest = day - l.newYear;
   for (int i = 0; i < l.count; ++i) {
     if (rest < l.lengths[i]) {
@@ -36,7 +38,7 @@ std::optional<CalendarDate> YearCalendar::dateOfCivilDay(CivilDay day) const {
 
 std::optional<CivilDay> YearCalendar::civilDayOfDate(const CalendarDate& date) const {
   YearLayout l;
-  if (date.day < 1 || !plausibleYear(date.year) || !layout(date.year, l)) return std::nullopt;
+  if (date.day < 1 || !plausibleYear(date.year) || !cachedLayout(date.year, l)) return std::nullopt;
   CivilDay day = l.newYear;
   for (int i = 0; i < l.count; ++i) {
     if (l.months[i] == CalendarMonth{date.month, date.leap}) {
@@ -52,13 +54,13 @@ std::optional<CivilDay> YearCalendar::civilDayOfDate(const CalendarDate& date) c
 
 std::vector<CalendarMonth> YearCalendar::monthsOfYear(int year) const {
   YearLayout l;
-  if (!plausibleYear(year) || !layout(year, l) || !inRange(l)) return {};
+  if (!plausibleYear(year) || !cachedLayout(year, l) || !inRange(l)) return {};
   return std::vector<CalendarMonth>(l.months, l.months + l.count);
 }
 
 int YearCalendar::daysInMonth(int year, int month, bool leap) const {
   YearLayout l;
-  if (!plausibleYear(year) || !layout(year, l) || !inRange(l)) return 0;
+  if (!plausibleYear(year) || !cachedLayout(year, l) || !inRange(l)) return 0;
   for (int i = 0; i < l.count; ++i) {
     if (l.months[i] == CalendarMonth{month, leap}) return l.lengths[i];
   }
@@ -67,7 +69,7 @@ int YearCalendar::daysInMonth(int year, int month, bool leap) const {
 
 std::optional<CalendarYearLayout> YearCalendar::yearLayout(int year) const {
   YearLayout l;
-  if (!plausibleYear(year) || !layout(year, l) || !inRange(l) || l.count > 13) {
+  if (!plausibleYear(year) || !cachedLayout(year, l) || !inRange(l) || l.count > 13) {
     return std::nullopt;
   }
   CalendarYearLayout out;
@@ -78,6 +80,35 @@ std::optional<CalendarYearLayout> YearCalendar::yearLayout(int year) const {
     out.lengths[i] = l.lengths[i];
   }
   return out;
+}
+
+unsigned long YearCalendar::nextSerial() {
+  static std::atomic<unsigned long> counter{0};
+  return ++counter;
+}
+
+bool YearCalendar::cachedLayout(int year, YearLayout& out) const {
+  // Per thread, so no lock: four slots replaced in turn.
+  struct Slot {
+    unsigned long serial = 0;  // 0: empty
+    int year = 0;
+    bool ok = false;
+    YearLayout layout;
+  };
+  thread_local Slot slots[4];
+  thread_local unsigned next = 0;
+  for (const Slot& slot : slots) {
+    if (slot.serial == serial_ && slot.year == year) {
+      if (slot.ok) out = slot.layout;
+      return slot.ok;
+    }
+  }
+  Slot& slot = slots[next++ % 4];
+  slot.serial = serial_;
+  slot.year = year;
+  slot.ok = layout(year, slot.layout);
+  if (slot.ok) out = slot.layout;
+  return slot.ok;
 }
 
 }  // namespace norvik::detail

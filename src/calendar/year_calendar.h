@@ -22,7 +22,7 @@ class YearCalendar : public AlternativeCalendar {
  public:
   // Serves the civil days [firstDay, lastDay].
   YearCalendar(std::string_view identifier, CivilDay firstDay, CivilDay lastDay)
-      : identifier_(identifier), first_(firstDay), last_(lastDay) {}
+      : identifier_(identifier), first_(firstDay), last_(lastDay), serial_(nextSerial()) {}
 
   std::string_view identifier() const override { return identifier_; }
   std::optional<CalendarDate> dateOfCivilDay(CivilDay day) const override;
@@ -42,10 +42,17 @@ class YearCalendar : public AlternativeCalendar {
  private:
   // Whether some day of the year lies in the served range.
   bool inRange(const YearLayout& year) const;
+  // layout() through a small per-thread memory of the years last described: a search asks for
+  // the same few years again and again, and a lunar year costs a table decode (or astronomy).
+  bool cachedLayout(int year, YearLayout& out) const;
+  static unsigned long nextSerial();
 
   std::string identifier_;
   CivilDay first_;
   CivilDay last_;
+  // Tells this calendar's years apart from another's in the per-thread memory, even when a
+  // calendar is made at the address of one destroyed before.
+  unsigned long serial_;
 };
 
 }  // namespace norvik::detail
