@@ -415,6 +415,24 @@ std::string isoDayText(const GregorianDate& date) {
   return buffer;
 }
 
+std::optional<GregorianDate> gregorianDateFromIsoDayText(std::string_view text) {
+  if (text.size() != 10 || text[4] != '-' || text[7] != '-') return std::nullopt;
+  int fields[3] = {0, 0, 0};
+  const std::size_t starts[3] = {0, 5, 8};
+  const std::size_t lengths[3] = {4, 2, 2};
+  for (int f = 0; f < 3; ++f) {
+    for (std::size_t i = 0; i < lengths[f]; ++i) {
+      const char c = text[starts[f] + i];
+      if (c < '0' || c > '9') return std::nullopt;
+      fields[f] = fields[f] * 10 + (c - '0');
+    }
+  }
+  const GregorianDate date{fields[0], fields[1], fields[2]};
+  const CivilDay day = civilDayFromGregorian(date.year, date.month, date.day);
+  if (!(gregorianFromCivilDay(day) == date)) return std::nullopt;
+  return date;
+}
+
 namespace {
 
 // The table of `calendar`, with the years before `untilYear` taken from `until` when given.

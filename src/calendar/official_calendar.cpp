@@ -13,6 +13,7 @@
 #include <sstream>
 
 #include "calendar/calendar_days.h"
+#include "norvik/calendar/lunisolar.h"
 #include "norvik/calendar/solar_terms.h"
 #include "norvik/platform/bundle.h"
 #include "norvik/platform/environment.h"
@@ -49,22 +50,9 @@ std::string_view trim(std::string_view text) {
 
 // A "YYYY-MM-DD" day that exists.
 std::optional<CivilDay> parseDay(std::string_view text) {
-  if (text.size() != 10 || text[4] != '-' || text[7] != '-') return std::nullopt;
-  int fields[3] = {0, 0, 0};
-  const std::size_t starts[3] = {0, 5, 8};
-  const std::size_t lengths[3] = {4, 2, 2};
-  for (int f = 0; f < 3; ++f) {
-    for (std::size_t i = 0; i < lengths[f]; ++i) {
-      const char c = text[starts[f] + i];
-      if (c < '0' || c > '9') return std::nullopt;
-      fields[f] = fields[f] * 10 + (c - '0');
-    }
-  }
-  const CivilDay day = civilDayFromGregorian(fields[0], fields[1], fields[2]);
-  if (!(gregorianFromCivilDay(day) == GregorianDate{fields[0], fields[1], fields[2]})) {
-    return std::nullopt;
-  }
-  return day;
+  const std::optional<GregorianDate> date = gregorianDateFromIsoDayText(text);
+  if (!date) return std::nullopt;
+  return civilDayFromGregorian(date->year, date->month, date->day);
 }
 
 bool isWeekend(CivilDay day) {

@@ -21,25 +21,6 @@ std::optional<platform::Dictionary> readTable(const std::optional<std::string>& 
   return *value->dictionary();
 }
 
-// The day of a canonical "yyyy-MM-dd" text; std::nullopt for any other text.
-std::optional<GregorianDate> parseDayText(std::string_view text) {
-  if (text.size() != 10 || text[4] != '-' || text[7] != '-') return std::nullopt;
-  int fields[3] = {0, 0, 0};
-  const std::size_t starts[3] = {0, 5, 8};
-  const std::size_t lengths[3] = {4, 2, 2};
-  for (int f = 0; f < 3; ++f) {
-    for (std::size_t i = 0; i < lengths[f]; ++i) {
-      const char c = text[starts[f] + i];
-      if (c < '0' || c > '9') return std::nullopt;
-      fields[f] = fields[f] * 10 + (c - '0');
-    }
-  }
-  const GregorianDate date{fields[0], fields[1], fields[2]};
-  const CivilDay day = civilDayFromGregorian(date.year, date.month, date.day);
-  if (!(gregorianFromCivilDay(day) == date)) return std::nullopt;
-  return date;
-}
-
 }  // namespace
 
 void NVSolarTermsManager::buildIndex() {
@@ -47,10 +28,10 @@ void NVSolarTermsManager::buildIndex() {
   days_.clear();
   if (!table_) return;
   for (const auto& [yearKey, yearValue] : *table_) {
-    const std::optional<GregorianDate> year = parseDayText(yearKey);
+    const std::optional<GregorianDate> year = gregorianDateFromIsoDayText(yearKey);
     if (!year || year->month != 1 || year->day != 1 || !yearValue.dictionary()) continue;
     for (const auto& [dayKey, name] : *yearValue.dictionary()) {
-      const std::optional<GregorianDate> day = parseDayText(dayKey);
+      const std::optional<GregorianDate> day = gregorianDateFromIsoDayText(dayKey);
       if (!day || day->year != year->year || !name.string()) continue;
       index_.emplace_back(civilDayFromGregorian(day->year, day->month, day->day), *name.string());
     }

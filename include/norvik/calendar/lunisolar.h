@@ -199,6 +199,9 @@ std::string generateVietnameseMonthTableSource();
 platform::Dictionary generateSolarTermsTable(int firstYear, int lastYear, int utcOffsetSeconds);
 // The "yyyy-MM-dd" text of a date (four-digit year, zero-padded month and day).
 std::string isoDayText(const GregorianDate& date);
+// The date of a "yyyy-MM-dd" text, the inverse of isoDayText; std::nullopt for any other text
+// (another length or separator, a non-digit) and for a day that does not exist (2023-02-29).
+std::optional<GregorianDate> gregorianDateFromIsoDayText(std::string_view text);
 
 // The sexagenary name of a lunar year ("甲辰" for 2024).
 std::string sexagenaryYearName(int lunarYear);
