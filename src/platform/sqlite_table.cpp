@@ -82,6 +82,23 @@ int queryText(sqlite3* db, const char* sql, std::string& out) {
   return rc;
 }
 
+// A quick integrity check of an open database, then whether it holds `table`: SQLITE_CORRUPT
+// when the check fails, else the first error met.
+int checkDatabase(sqlite3* db, const std::string& table, bool& hasTable) {
+  hasTable = false;
+  std::string check;
+  int rc = queryText(db, "PRAGMA quick_check", check);
+  if (rc == SQLITE_OK && check != "ok") rc = SQLITE_CORRUPT;
+  std::string count;
+  if (rc == SQLITE_OK) {
+    const std::string sql =
+        "SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name = '" + table + "'";
+    rc = queryText(db, sql.c_str(), count);
+  }
+  hasTable = count == "1";
+  return rc;
+}
+
 // Resets a statement when it goes out of scope, so that no read transaction stays open.
 class StatementUse {
  public:
@@ -585,16 +602,9 @@ KeyValueTable::OpenResult KeyValueTable::openConnection() {
     rc = execute(db_,
                  layout_.fullSync ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL");
   }
-  std::string check;
-  if (rc == SQLITE_OK) rc = queryText(db_, "PRAGMA quick_check", check);
-  if (rc == SQLITE_OK && check != "ok") rc = SQLITE_CORRUPT;
-  std::string hasTable;
-  if (rc == SQLITE_OK) {
-    std::string sql = std::string("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND ") +
-                      "name = '" + layout_.table + "'";
-    rc = queryText(db_, sql.c_str(), hasTable);
-  }
-  if (rc == SQLITE_OK) rc = setUpSchema(hasTable == "1");
+  bool hasTable = false;
+  if (rc == SQLITE_OK) rc = checkDatabase(db_, layout_.table, hasTable);
+  if (rc == SQLITE_OK) rc = setUpSchema(hasTable);
   if (rc == SQLITE_OK) {
     statements_ = new Statements();
     rc = statements_->prepare(db_, layout_.table, false, true);
@@ -619,19 +629,11 @@ KeyValueTable::OpenResult KeyValueTable::openConnection() {
 // Opens `uri` read-only and checks it; `hasTable` tells whether the table exists.
 KeyValueTable::OpenResult KeyValueTable::openUri(const std::string& uri, bool& hasTable) {
   closeConnection();
+  hasTable = false;
   int rc = sqlite3_open_v2(uri.c_str(), &db_,
                            SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, nullptr);
   if (rc == SQLITE_OK) rc = sqlite3_busy_handler(db_, &KeyValueTable::waitWhileBusy, this);
-  std::string check;
-  if (rc == SQLITE_OK) rc = queryText(db_, "PRAGMA quick_check", check);
-  if (rc == SQLITE_OK && check != "ok") rc = SQLITE_CORRUPT;
-  std::string count;
-  if (rc == SQLITE_OK) {
-    std::string sql = std::string("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND ") +
-                      "name = '" + layout_.table + "'";
-    rc = queryText(db_, sql.c_str(), count);
-  }
-  hasTable = count == "1";
+  if (rc == SQLITE_OK) rc = checkDatabase(db_, layout_.table, hasTable);
   if (rc == SQLITE_OK) {
     statements_ = new Statements();
     rc = statements_->prepare(db_, layout_.table, true, hasTable);
